@@ -1,0 +1,48 @@
+# vantor_add_layer(<layer> [DEPENDS <target>...] [OPTIONAL_DEPENDS <target>...])
+#
+# Makes the library target vantor_<layer> from the *.cpp files of the calling
+# folder. Every layer sees headers from src/ ("model/MEvent.h"); what it may
+# link is exactly what DEPENDS names, so a layer that reaches upward fails to
+# link. OPTIONAL_DEPENDS are layers that may not exist yet (midi, audio, ...):
+# they are linked when their target is there.
+#
+# A layer without sources yet becomes an INTERFACE library, so the layers
+# above it configure and link already; the CONFIGURE_DEPENDS glob turns it
+# into a static library on the next build after its first source appears.
+function(vantor_add_layer layer)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS;OPTIONAL_DEPENDS")
+  set(target vantor_${layer})
+
+  set(deps ${arg_DEPENDS})
+  foreach(dep IN LISTS arg_OPTIONAL_DEPENDS)
+    if(TARGET ${dep})
+      list(APPEND deps ${dep})
+    endif()
+  endforeach()
+
+  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+  if(sources)
+    add_library(${target} STATIC ${sources})
+    target_link_libraries(${target} PRIVATE vantor_warnings)
+    set(scope PUBLIC)
+  else()
+    add_library(${target} INTERFACE)
+    set(scope INTERFACE)
+  endif()
+
+  target_include_directories(${target} ${scope} "${PROJECT_SOURCE_DIR}/src")
+  target_compile_features(${target} ${scope} cxx_std_20)
+  target_link_libraries(${target} ${scope} ${deps})
+endfunction()
+
+# The highest library layer that exists: what tools, benchmarks and fuzz
+# targets link to see the whole library.
+function(vantor_top_layer out_var)
+  foreach(layer render document audio midi model foundation)
+    if(TARGET vantor_${layer})
+      set(${out_var} vantor_${layer} PARENT_SCOPE)
+      return()
+    endif()
+  endforeach()
+  message(FATAL_ERROR "no vantor_* library target exists")
+endfunction()

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs the main job: builds a small
+# project, saves it and shows it.  scripts/run.sh [PROJECT.vpr]
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+bash scripts/setup.sh
+cmake --preset default
+cmake --build --preset default -j2
+
+build/default/vantor demo "${1:-${TMPDIR:-/tmp}/vantor-demo.vpr}"
