@@ -1,0 +1,155 @@
+#include "foundation/FFileStream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace vantor {
+
+namespace {
+constexpr size_t kWriteBuffer = 1 << 20;
+}
+
+FFileStream::~FFileStream() { (void)close(); }
+
+void FFileStream::setError(const char* what) {
+  lastError_ = std::string(what) + ": " + std::strerror(errno);
+}
+
+bool FFileStream::open(const std::string& path, Mode mode) {
+  (void)close();
+  failed_ = false;
+  lastError_.clear();
+  mode_ = mode;
+  position_ = 0;
+  buffer_.clear();
+  if (mode == Mode::kWrite) {
+    fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd_ < 0) {
+      setError("open");
+      return false;
+    }
+    buffer_.reserve(kWriteBuffer);
+    bufferStart_ = 0;
+    fileSize_ = 0;
+    opened_ = true;
+    return true;
+  }
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    setError("open");
+    return false;
+  }
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (S_ISDIR(info.st_mode)) errno = EISDIR;
+    setError("open");
+    ::close(fd);
+    return false;
+  }
+  buffer_.resize(static_cast<size_t>(info.st_size));
+  size_t done = 0;
+  while (done < buffer_.size()) {
+    const ssize_t got = ::read(fd, buffer_.data() + done, buffer_.size() - done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;  // an error, or the file shrank while read
+    done += static_cast<size_t>(got);
+  }
+  if (done < buffer_.size()) {
+    setError("read");
+    ::close(fd);
+    buffer_.clear();
+    return false;
+  }
+  ::close(fd);
+  fileSize_ = static_cast<int64_t>(done);
+  opened_ = true;
+  return true;
+}
+
+bool FFileStream::flush() {
+  if (mode_ != Mode::kWrite || fd_ < 0 || buffer_.empty()) return !failed_;
+  size_t done = 0;
+  while (done < buffer_.size()) {
+    const ssize_t put = ::pwrite(fd_, buffer_.data() + done, buffer_.size() - done,
+                                 static_cast<off_t>(bufferStart_ + static_cast<int64_t>(done)));
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) {
+      setError("write");
+      failed_ = true;
+      break;
+    }
+    done += static_cast<size_t>(put);
+  }
+  bufferStart_ += static_cast<int64_t>(buffer_.size());
+  buffer_.clear();
+  return !failed_;
+}
+
+bool FFileStream::close(bool sync) {
+  if (!opened_) return !failed_;
+  opened_ = false;
+  if (mode_ == Mode::kRead) {
+    buffer_.clear();
+    buffer_.shrink_to_fit();
+    return true;
+  }
+  bool ok = flush();
+  if (ok && sync && ::fsync(fd_) != 0) {
+    setError("fsync");
+    ok = false;
+  }
+  if (::close(fd_) != 0 && ok) {
+    setError("close");
+    ok = false;
+  }
+  fd_ = -1;
+  if (!ok) failed_ = true;
+  return ok;
+}
+
+int64_t FFileStream::readBytes(void* destination, int64_t count) {
+  if (mode_ != Mode::kRead || !opened_ || count <= 0) return 0;
+  const int64_t n = std::min(count, fileSize_ - position_);
+  if (n <= 0) return 0;
+  std::memcpy(destination, buffer_.data() + position_, static_cast<size_t>(n));
+  position_ += n;
+  return n;
+}
+
+int64_t FFileStream::writeBytes(const void* source, int64_t count) {
+  if (mode_ != Mode::kWrite || fd_ < 0 || failed_ || count <= 0) return 0;
+  // The buffer always holds the bytes from bufferStart_ up to position_.
+  const auto* bytes = static_cast<const uint8_t*>(source);
+  if (buffer_.size() + static_cast<size_t>(count) > kWriteBuffer && !flush()) return 0;
+  if (static_cast<size_t>(count) >= kWriteBuffer) {
+    buffer_.assign(bytes, bytes + count);
+    if (!flush()) return 0;
+  } else {
+    buffer_.insert(buffer_.end(), bytes, bytes + count);
+  }
+  position_ += count;
+  fileSize_ = std::max(fileSize_, position_);
+  return count;
+}
+
+bool FFileStream::seek(int64_t position) {
+  if (!opened_ || position < 0 || position > fileSize_) return false;
+  if (mode_ == Mode::kWrite) {
+    if (!flush()) return false;
+    bufferStart_ = position;
+  }
+  position_ = position;
+  return true;
+}
+
+int64_t FFileStream::remaining() const {
+  if (mode_ != Mode::kRead) return kUnknown;
+  return std::max<int64_t>(0, fileSize_ - position_);
+}
+
+}  // namespace vantor

@@ -1,0 +1,52 @@
+#pragma once
+// A file as a stream. Opened for reading, the whole file is read into memory
+// at once (project files are parsed from a buffer); opened for writing,
+// writes go through a large buffer and seeks flush it.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "foundation/FStream.h"
+
+namespace vantor {
+
+class FFileStream : public FStream {
+ public:
+  enum class Mode { kRead, kWrite };
+  FFileStream() = default;
+  ~FFileStream() override;
+
+  // Opens path; for kWrite the file is created or truncated. False leaves
+  // the stream closed, with errno-style detail in lastError().
+  [[nodiscard]] bool open(const std::string& path, Mode mode);
+  // Flushes, optionally fsyncs (sync = true) and closes. False when any
+  // write, the flush or the sync failed.
+  [[nodiscard]] bool close(bool sync = false);
+  bool isOpen() const { return opened_; }
+  // True once any write failed; the file is then not to be trusted.
+  bool failed() const { return failed_; }
+  const std::string& lastError() const { return lastError_; }
+
+  int64_t readBytes(void* destination, int64_t count) override;
+  int64_t writeBytes(const void* source, int64_t count) override;
+  int64_t position() const override { return position_; }
+  [[nodiscard]] bool seek(int64_t position) override;
+  int64_t remaining() const override;
+
+ private:
+  bool flush();
+  void setError(const char* what);
+
+  Mode mode_ = Mode::kRead;
+  bool opened_ = false;
+  int fd_ = -1;
+  std::vector<uint8_t> buffer_;  // whole file (read) or pending bytes (write)
+  int64_t bufferStart_ = 0;      // file offset of buffer_[0] while writing
+  int64_t position_ = 0;
+  int64_t fileSize_ = 0;
+  bool failed_ = false;
+  std::string lastError_;
+};
+
+}  // namespace vantor

@@ -1,0 +1,166 @@
+#pragma once
+// The object archive: a class table, then one record per object, so that
+// graphs with shared objects and cycles survive a write and a read, and a
+// reader skips what it does not understand.
+//
+// Header: magic 0x61526348, 32-bit total length (header and records),
+// 32-bit class count, then per class its name (string), first size (32-bit)
+// and version (16-bit). An older header with magic 0x41726368 ("Arch") is
+// read too: magic, a 32-bit length of the records, a 32-bit value that is
+// ignored, the class count, then per class its name and three 16-bit values
+// of which the first is taken as the class version; the rest is ignored.
+//
+// Records: 0xFFFE for no object; class index, 32-bit member length and the
+// members for the first record of an object; 0xFFFF and a 32-bit reference
+// number for an object already written. Reference numbers count from 1: the
+// n-th record of the archive (in order of first appearance) is number n.
+// Number 0 names no object.
+//
+// A reader keeps a place in its object table for every first record, also
+// for records of unknown classes and for objects whose read failed (these
+// places hold no object), so numbering stays aligned with the writer's.
+// Objects nested inside a skipped record are not seen and cannot be numbered;
+// a back reference that lands on an empty place fails the read.
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "foundation/CmObject.h"
+#include "foundation/FRef.h"
+#include "foundation/FStream.h"
+
+namespace vantor {
+
+class FClass;
+
+class FClassEntry : public CmObject {
+ public:
+  std::string name;           // class name; empty for the null entry
+  int32_t firstSize = -1;     // member length of the first object written
+  int16_t version = 0;        // class version
+  uint16_t index = 0xFFFF;    // position in the class table; 0xFFFF when read
+  // Resolved once per entry when reading; nullptr for unknown classes.
+  const FClass* resolved = nullptr;
+  bool isResolved = false;
+};
+
+class FObjectEntry : public CmObject {
+ public:
+  enum State : uint8_t { kSeenOnce = 0, kShared = 1, kWritten = 2 };
+  const CmObject* object = nullptr;
+  uint16_t classIndex = 0;
+  uint32_t size = 0;
+  uint8_t state = kSeenOnce;
+};
+
+// What a reader meets, for tools that show an archive's structure. Record
+// numbers are the reference numbers of the archive.
+class FArchiveTrace {
+ public:
+  virtual ~FArchiveTrace() = default;
+  virtual void onHeader(uint32_t magic, uint32_t totalLength, const std::vector<FClassEntry>& classes) = 0;
+  // A first record; known is false when the class is unknown and skipped.
+  virtual void onRecordBegin(int depth, uint32_t recordNumber, const FClassEntry& entry,
+                             uint32_t length, bool known) = 0;
+  virtual void onRecordEnd(int depth, uint32_t recordNumber, bool ok) = 0;
+  virtual void onBackReference(int depth, uint32_t recordNumber) = 0;
+  virtual void onNull(int depth) = 0;
+};
+
+class FObjectArchive {
+ public:
+  static constexpr uint32_t kMagic = 0x61526348;
+  static constexpr uint32_t kOldMagic = 0x41726368;
+  static constexpr uint16_t kNullTag = 0xFFFE;
+  static constexpr uint16_t kReferenceTag = 0xFFFF;
+  // Deepest nesting of records; deeper data fails instead of using the stack.
+  static constexpr int kMaxDepth = 1000;
+
+  explicit FObjectArchive(FStream& stream);
+  ~FObjectArchive();
+  FObjectArchive(const FObjectArchive&) = delete;
+  FObjectArchive& operator=(const FObjectArchive&) = delete;
+
+  // Writes the header and the graph reached from root (which may be null).
+  // False when any class failed to write or the stream failed.
+  [[nodiscard]] bool writeArchive(const CmObject* root);
+  // Reads an archive and returns its root with one reference for the caller,
+  // or nullptr when the archive is invalid (ok reports the difference between
+  // an invalid archive and a valid one whose root is no object). Leaves the
+  // stream at the archive's end whenever the header could be read.
+  CmObject* readArchive(bool* ok = nullptr);
+  // Same, adopted into a reference.
+  FRef<CmObject> readRoot(bool* ok = nullptr) { return FRef<CmObject>(readArchive(ok)); }
+
+  // Writes one object-valued member (nullptr allowed).
+  [[nodiscard]] bool writeObject(const CmObject* object);
+  // Reads one object-valued member: the object with one reference for the
+  // caller, or nullptr for no object or a failure (failed() tells which).
+  CmObject* readObject();
+  // Reads a member expected to be of class T (or derived); an object of
+  // another class is released and fails the read.
+  template <class T>
+  [[nodiscard]] bool readObjectAs(FRef<T>* out);
+
+  // The version of the class whose record is being read.
+  int16_t currentClassVersion() const { return currentVersion_; }
+  // The stream to read and write members through (a bounded reader while a
+  // record is read).
+  FStream& stream() { return *current_; }
+  bool failed() const { return failed_; }
+  // Marks the archive as failed; every further object read returns nullptr.
+  void fail() { failed_ = true; }
+  bool isMeasuring() const { return measuring_; }
+
+  void setTrace(FArchiveTrace* trace) { trace_ = trace; }
+  const std::vector<FClassEntry>& classTable() const { return classes_; }
+
+ private:
+  bool writeHeader(uint32_t totalLength);
+  bool writeRecord(const CmObject* object);
+  bool writeRecordBody(FObjectEntry& entry, const CmObject* object);
+  uint16_t classIndexOf(const FClass& cls);
+  bool readHeader(uint32_t* totalLength);
+  bool readOldClassTable(uint32_t recordsLength, uint32_t* totalLength);
+  CmObject* readBackReference();
+  CmObject* readFirstRecord(uint16_t classIndex);
+  const FClass* resolve(FClassEntry& entry);
+  void releaseTable();
+
+  FStream& base_;
+  FStream* current_;
+  bool failed_ = false;
+  bool measuring_ = false;
+  int16_t currentVersion_ = 0;
+  int depth_ = 0;
+  std::vector<FClassEntry> classes_;
+  uint16_t classCounter_ = 0;
+  // Writing: entries by object, in order of first appearance.
+  std::vector<FObjectEntry> written_;
+  std::unordered_map<const CmObject*, uint32_t> writtenIndex_;
+  // Class entries by descriptor; nullptr keys the entry of null members.
+  std::unordered_map<const FClass*, uint16_t> classIndex_;
+  // Reading: one place per first record; holds a reference on shared
+  // objects while the archive is read.
+  std::vector<CmObject*> read_;
+  FArchiveTrace* trace_ = nullptr;
+};
+
+template <class T>
+bool FObjectArchive::readObjectAs(FRef<T>* out) {
+  *out = nullptr;
+  CmObject* object = readObject();
+  if (object == nullptr) return !failed_;
+  T* typed = dynamic_cast<T*>(object);
+  if (typed == nullptr) {
+    object->release();
+    failed_ = true;
+    return false;
+  }
+  *out = FRef<T>(typed);
+  return true;
+}
+
+}  // namespace vantor

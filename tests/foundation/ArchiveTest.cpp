@@ -1,0 +1,384 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "foundation/FAttributes.h"
+#include "foundation/FMemoryStream.h"
+#include "foundation/FObjectArchive.h"
+#include "support/TestClasses.h"
+
+namespace vantor {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using test::archiveBytes;
+using test::readArchiveBytes;
+using test::TNode;
+
+class Archive : public ::testing::Test {
+ protected:
+  void SetUp() override { test::registerTestClasses(); }
+};
+
+FRef<TNode> node(int32_t value, std::string text = {}) {
+  FRef<TNode> n = makeRef<TNode>();
+  n->value = value;
+  n->text = std::move(text);
+  return n;
+}
+
+TNode* asNode(const FRef<CmObject>& object) { return dynamic_cast<TNode*>(object.get()); }
+
+void appendLE32(Bytes& b, uint32_t v) {
+  for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
+}
+
+TEST_F(Archive, SmallArchiveHasTheExactBytes) {
+  // root(1, "ab") with children [child(2, ""), null, child again].
+  FRef<TNode> root = node(1, "ab");
+  FRef<TNode> child = node(2);
+  root->children = {child, nullptr, child};
+  const Bytes expected = {
+      0x48, 0x63, 0x52, 0x61,                    // magic 0x61526348
+      87, 0, 0, 0,                               // total: 39 header + 48 records
+      2, 0, 0, 0,                                // two classes
+      6, 0, 0, 0, 'T', 'N', 'o', 'd', 'e', 0,    // "TNode"
+      13, 0, 0, 0,                               // first size: the child finishes first
+      3, 0,                                      // version 3
+      1, 0, 0, 0, 0,                             // "" (the null entry)
+      0xFF, 0xFF, 0xFF, 0xFF, 0, 0,              // first size -1, version 0
+      0, 0, 42, 0, 0, 0,                         // root: class 0, 15 + 19 + 2 + 6 bytes
+      1, 0, 0, 0, 3, 0, 0, 0, 'a', 'b', 0, 3, 0, 0, 0,
+      0, 0, 13, 0, 0, 0,                         // child: class 0, 13 bytes
+      2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0,
+      0xFE, 0xFF,                                // null
+      0xFF, 0xFF, 2, 0, 0, 0,                    // back reference to record 2
+  };
+  EXPECT_EQ(archiveBytes(root.get()), expected);
+}
+
+TEST_F(Archive, SharedObjectsCyclesAndNullsSurviveARoundTrip) {
+  for (int16_t swap : {0, 1}) {
+    FRef<TNode> root = node(1, "root");
+    FRef<TNode> shared = node(2, "shared");
+    FRef<TNode> loop = node(3, "loop");
+    loop->children = {loop};  // a cycle through itself
+    root->children = {shared, nullptr, loop, shared};
+    shared->children = {loop};
+    const Bytes bytes = archiveBytes(root.get(), swap);
+    ASSERT_FALSE(bytes.empty());
+    bool ok = false;
+    FRef<CmObject> read = readArchiveBytes(bytes, &ok, swap);
+    ASSERT_TRUE(ok);
+    TNode* r = asNode(read);
+    ASSERT_NE(r, nullptr);
+    ASSERT_EQ(r->children.size(), 4u);
+    EXPECT_EQ(r->children[1], nullptr);
+    EXPECT_EQ(r->children[0].get(), r->children[3].get());
+    EXPECT_EQ(r->children[0]->text, "shared");
+    TNode* l = r->children[2].get();
+    EXPECT_EQ(l->children[0].get(), l);
+    EXPECT_EQ(r->children[0]->children[0].get(), l);
+    // shared: two holders in root; loop: root, shared, and itself.
+    EXPECT_EQ(r->children[0]->getRefCount(), 2);
+    EXPECT_EQ(l->getRefCount(), 3);
+    // Writing the read graph gives the same bytes.
+    EXPECT_EQ(archiveBytes(r, swap), bytes);
+    l->children.clear();  // break the cycle so the graph is freed
+    loop->children.clear();
+  }
+}
+
+TEST_F(Archive, ClassThatReadsLessLeavesTheStreamAfterItsRecord) {
+  FRef<TNode> root = node(1);
+  FRef<test::TTrailing> trailing = makeRef<test::TTrailing>();
+  trailing->value = 77;
+  FRef<FAttributes> holder = makeRef<FAttributes>("Holder");
+  holder->setObject("t", trailing);
+  holder->setInt("after", 123456789);
+  bool ok = false;
+  FRef<CmObject> read = readArchiveBytes(archiveBytes(holder.get()), &ok);
+  ASSERT_TRUE(ok);
+  auto* set = dynamic_cast<FAttributes*>(read.get());
+  ASSERT_NE(set, nullptr);
+  auto* t = dynamic_cast<test::TTrailing*>(set->getObject("t"));
+  ASSERT_NE(t, nullptr);
+  EXPECT_EQ(t->value, 77);
+  int64_t after = 0;
+  EXPECT_TRUE(set->getInt("after", &after));
+  EXPECT_EQ(after, 123456789);
+}
+
+// Rewrites the first class name of an archive to one nobody registered.
+Bytes renameClass(Bytes bytes, const std::string& from, const std::string& to) {
+  EXPECT_EQ(from.size(), to.size());
+  for (size_t i = 0; i + from.size() <= bytes.size(); ++i) {
+    if (std::equal(from.begin(), from.end(), bytes.begin() + static_cast<long>(i))) {
+      std::copy(to.begin(), to.end(), bytes.begin() + static_cast<long>(i));
+      return bytes;
+    }
+  }
+  return bytes;
+}
+
+TEST_F(Archive, UnknownClassesAreSkippedAndReadingGoesOn) {
+  FRef<FAttributes> holder = makeRef<FAttributes>("Holder");
+  FRef<test::TTrailing> trailing = makeRef<test::TTrailing>();
+  holder->setObject("unknown", trailing);
+  FRef<TNode> after = node(5, "after");
+  holder->setObject("known", after);
+  holder->setObject("again", after);
+  // Same length, so every record length still fits.
+  Bytes bytes = renameClass(archiveBytes(holder.get()), "TTrailing", "TXailing!");
+  bool ok = false;
+  FRef<CmObject> read = readArchiveBytes(bytes, &ok);
+  ASSERT_TRUE(ok);
+  auto* set = dynamic_cast<FAttributes*>(read.get());
+  ASSERT_NE(set, nullptr);
+  EXPECT_EQ(set->getObject("unknown"), nullptr);
+  auto* known = dynamic_cast<TNode*>(set->getObject("known"));
+  ASSERT_NE(known, nullptr);
+  EXPECT_EQ(known->text, "after");
+  // The back reference still finds its record: numbering kept the skipped one.
+  EXPECT_EQ(set->getObject("again"), known);
+}
+
+TEST_F(Archive, FailedReadOfOneObjectDropsItOnly) {
+  FRef<FAttributes> holder = makeRef<FAttributes>("Holder");
+  holder->setObject("broken", makeRef<test::TBroken>());
+  holder->setString("text", "kept");
+  bool ok = false;
+  FRef<CmObject> read = readArchiveBytes(archiveBytes(holder.get()), &ok);
+  ASSERT_TRUE(ok);
+  auto* set = dynamic_cast<FAttributes*>(read.get());
+  ASSERT_NE(set, nullptr);
+  EXPECT_EQ(set->getObject("broken"), nullptr);
+  std::string text;
+  EXPECT_TRUE(set->getString("text", &text));
+  EXPECT_EQ(text, "kept");
+}
+
+TEST_F(Archive, ReaderLeavesTheStreamAtTheArchiveEnd) {
+  FRef<TNode> root = node(9, "x");
+  FMemoryStream stream;
+  {
+    FObjectArchive archive(stream);
+    ASSERT_TRUE(archive.writeArchive(root.get()));
+  }
+  const int64_t archiveEnd = stream.position();
+  ASSERT_TRUE(stream.writeInt32(0x55555555));
+  ASSERT_TRUE(stream.seek(0));
+  FObjectArchive archive(stream);
+  bool ok = false;
+  FRef<CmObject> read = archive.readRoot(&ok);
+  ASSERT_TRUE(ok);
+  EXPECT_EQ(stream.position(), archiveEnd);
+}
+
+TEST_F(Archive, ReaderSeeksToTheTotalLengthWhenRecordsEndEarly) {
+  // A total length 8 bytes larger than header plus records: the reader ends there.
+  FRef<TNode> root = node(1);
+  Bytes bytes = archiveBytes(root.get());
+  const uint32_t total = static_cast<uint32_t>(bytes.size()) + 8;
+  for (int i = 0; i < 4; ++i) bytes[4 + i] = static_cast<uint8_t>(total >> (8 * i));
+  bytes.resize(bytes.size() + 8, 0xEE);
+  FMemoryStream stream(bytes);
+  FObjectArchive archive(stream);
+  bool ok = false;
+  FRef<CmObject> read = archive.readRoot(&ok);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(stream.position(), static_cast<int64_t>(bytes.size()));
+}
+
+TEST_F(Archive, OlderHeaderIsAccepted) {
+  // magic "Arch", records length, a second value, one class: "TNode" with
+  // three 16-bit values (version 3, 0, 0); then one record.
+  Bytes records = {0, 0, 13, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0};
+  Bytes bytes;
+  appendLE32(bytes, 0x41726368);
+  appendLE32(bytes, static_cast<uint32_t>(records.size()));
+  appendLE32(bytes, 0xDEADBEEF);
+  appendLE32(bytes, 1);
+  appendLE32(bytes, 6);
+  for (char c : std::string("TNode")) bytes.push_back(static_cast<uint8_t>(c));
+  bytes.push_back(0);
+  for (uint8_t b : {3, 0, 0, 0, 0, 0}) bytes.push_back(b);
+  bytes.insert(bytes.end(), records.begin(), records.end());
+  bytes.push_back(0x99);  // beyond the archive
+  FMemoryStream stream(bytes);
+  FObjectArchive archive(stream);
+  bool ok = false;
+  FRef<CmObject> read = archive.readRoot(&ok);
+  ASSERT_TRUE(ok);
+  ASSERT_NE(asNode(read), nullptr);
+  EXPECT_EQ(asNode(read)->value, 4);
+  // Total = records + 16 + ("TNode" string 10 + 6).
+  EXPECT_EQ(stream.position(), static_cast<int64_t>(bytes.size()) - 1);
+}
+
+TEST_F(Archive, WrongMagicAndBadTagsFail) {
+  FRef<TNode> root = node(1);
+  Bytes good = archiveBytes(root.get());
+  struct Case {
+    const char* what;
+    size_t offset;
+    std::vector<uint8_t> patch;
+  } cases[] = {
+      {"magic", 0, {0x00}},
+      {"class index beyond the table", 28, {5, 0}},
+      {"record longer than the stream", 30, {0xFF, 0xFF, 0, 0}},
+      {"class count beyond the stream", 8, {0xFF, 0xFF, 0xFF, 0x0F}},
+  };
+  for (const Case& c : cases) {
+    Bytes bad = good;
+    std::copy(c.patch.begin(), c.patch.end(), bad.begin() + static_cast<long>(c.offset));
+    bool ok = true;
+    FRef<CmObject> read = readArchiveBytes(bad, &ok);
+    EXPECT_FALSE(ok) << c.what;
+    EXPECT_FALSE(read) << c.what;
+  }
+}
+
+TEST_F(Archive, BackReferencesOutsideTheTableFail) {
+  // Root holds one child written as a back reference to record 0, 1 (itself:
+  // valid), or 7 (none).
+  for (uint32_t number : {0u, 7u, 1u}) {
+    Bytes bytes;
+    appendLE32(bytes, 0x61526348);
+    appendLE32(bytes, 0);  // patched below
+    appendLE32(bytes, 1);
+    appendLE32(bytes, 6);
+    for (char c : std::string("TNode")) bytes.push_back(static_cast<uint8_t>(c));
+    bytes.push_back(0);
+    appendLE32(bytes, 19);
+    bytes.push_back(3);
+    bytes.push_back(0);
+    bytes.push_back(0);
+    bytes.push_back(0);
+    appendLE32(bytes, 19);
+    Bytes members = {1, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0xFF, 0xFF};
+    bytes.insert(bytes.end(), members.begin(), members.end());
+    appendLE32(bytes, number);
+    const auto total = static_cast<uint32_t>(bytes.size());
+    for (int i = 0; i < 4; ++i) bytes[4 + i] = static_cast<uint8_t>(total >> (8 * i));
+    bool ok = false;
+    FRef<CmObject> read = readArchiveBytes(bytes, &ok);
+    EXPECT_EQ(ok, number == 1) << number;
+    if (ok) {
+      TNode* r = asNode(read);
+      ASSERT_NE(r, nullptr);
+      EXPECT_EQ(r->children[0].get(), r);
+      r->children.clear();
+    }
+  }
+}
+
+TEST_F(Archive, DeepNestingFailsCleanly) {
+  // A chain deeper than the limit cannot be written...
+  FRef<TNode> head = node(0);
+  TNode* tail = head.get();
+  for (int i = 0; i < FObjectArchive::kMaxDepth + 5; ++i) {
+    tail->children.push_back(node(i));
+    tail = tail->children.back().get();
+  }
+  FMemoryStream sink;
+  FObjectArchive writer(sink);
+  EXPECT_FALSE(writer.writeArchive(head.get()));
+  // ...and a forged one cannot be read: records that each open another.
+  Bytes bytes;
+  appendLE32(bytes, 0x61526348);
+  appendLE32(bytes, 0);
+  appendLE32(bytes, 1);
+  appendLE32(bytes, 6);
+  for (char c : std::string("TNode")) bytes.push_back(static_cast<uint8_t>(c));
+  bytes.push_back(0);
+  appendLE32(bytes, 0);
+  bytes.push_back(0);
+  bytes.push_back(0);
+  const int depth = 5000;
+  const size_t perLevel = 2 + 4 + 13;
+  for (int i = 0; i < depth; ++i) {
+    bytes.push_back(0);
+    bytes.push_back(0);
+    appendLE32(bytes, static_cast<uint32_t>((depth - i) * perLevel - 6 + 2));
+    Bytes members = {0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0};
+    bytes.insert(bytes.end(), members.begin(), members.end());
+  }
+  bytes.push_back(0xFE);
+  bytes.push_back(0xFF);
+  bool ok = true;
+  FRef<CmObject> read = readArchiveBytes(bytes, &ok);
+  EXPECT_FALSE(ok);
+  // Unwind the long written chain iteratively to keep the test's stack small.
+  while (!head->children.empty()) {
+    FRef<TNode> next = head->children.back();
+    head->children.clear();
+    head = next;
+  }
+}
+
+TEST_F(Archive, DamagedArchivesFailOrReadCleanly) {
+  FRef<TNode> root = node(1, "root");
+  for (int i = 0; i < 6; ++i) {
+    FRef<TNode> c = node(i, std::string(static_cast<size_t>(i), 'x'));
+    root->children.push_back(c);
+    if (i % 2 == 0) root->children.push_back(c);
+  }
+  root->children.push_back(nullptr);
+  const Bytes good = archiveBytes(root.get());
+  // Every truncation fails.
+  for (size_t length = 0; length < good.size(); ++length) {
+    Bytes cut(good.begin(), good.begin() + static_cast<long>(length));
+    bool ok = true;
+    FRef<CmObject> read = readArchiveBytes(cut, &ok);
+    EXPECT_FALSE(ok) << length;
+  }
+  // Random byte changes never crash (the sanitizer build checks memory).
+  std::mt19937 random(12345);
+  for (int round = 0; round < 3000; ++round) {
+    Bytes bad = good;
+    const int changes = 1 + static_cast<int>(random() % 4);
+    for (int k = 0; k < changes; ++k) bad[random() % bad.size()] = static_cast<uint8_t>(random());
+    bool ok = false;
+    FRef<CmObject> read = readArchiveBytes(bad, &ok);
+    if (TNode* r = asNode(read)) {
+      for (auto& child : r->children) {
+        if (child) child->children.clear();
+      }
+      r->children.clear();
+    }
+  }
+}
+
+TEST_F(Archive, NestedAttributeSetsRoundTrip) {
+  FRef<FAttributes> outer = makeRef<FAttributes>("Outer");
+  FRef<FAttributes> inner = makeRef<FAttributes>("Inner");
+  inner->setFloat("f", -1.5);
+  inner->setBytes("b", {0, 255, 7});
+  outer->setAttributes("inner", inner);
+  outer->setInt("i", -(int64_t{1} << 40));
+  outer->setObject("none", nullptr);
+  bool ok = false;
+  FRef<CmObject> read = readArchiveBytes(archiveBytes(outer.get(), 1), &ok, 1);
+  ASSERT_TRUE(ok);
+  auto* set = dynamic_cast<FAttributes*>(read.get());
+  ASSERT_NE(set, nullptr);
+  EXPECT_EQ(set->className(), "Outer");
+  int64_t i = 0;
+  EXPECT_TRUE(set->getInt("i", &i));
+  EXPECT_EQ(i, -(int64_t{1} << 40));
+  FAttributes* in = set->getAttributes("inner");
+  ASSERT_NE(in, nullptr);
+  double f = 0;
+  EXPECT_TRUE(in->getFloat("f", &f));
+  EXPECT_EQ(f, -1.5);
+  FAttributes::Bytes b;
+  EXPECT_TRUE(in->getBytes("b", &b));
+  EXPECT_EQ(b, (FAttributes::Bytes{0, 255, 7}));
+  EXPECT_TRUE(set->contains("none"));
+  EXPECT_EQ(set->getObject("none"), nullptr);
+}
+
+}  // namespace
+}  // namespace vantor

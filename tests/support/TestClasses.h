@@ -1,0 +1,76 @@
+#pragma once
+// Small persistent classes for archive tests: a node with a value, a text,
+// and child members that may be shared, null or cyclic.
+
+#include <string>
+#include <vector>
+
+#include "foundation/FClass.h"
+#include "foundation/FObjectArchive.h"
+#include "foundation/FRef.h"
+#include "foundation/FShared.h"
+
+namespace vantor::test {
+
+class TNode : public FShared {
+  VANTOR_CLASS(TNode)
+ public:
+  int32_t value = 0;
+  std::string text;
+  std::vector<FRef<TNode>> children;  // may hold nulls
+  TNode* weakParent = nullptr;        // written when set; not owned
+
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    FStream& s = archive.stream();
+    if (!s.writeInt32(value) || !s.writeString(text) || !s.writeUInt32(static_cast<uint32_t>(children.size())))
+      return false;
+    for (const auto& child : children)
+      if (!archive.writeObject(child.get())) return false;
+    return true;
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override {
+    FStream& s = archive.stream();
+    uint32_t count = 0;
+    if (!s.readInt32(&value) || !s.readString(&text) || !s.readUInt32(&count)) return false;
+    if (count > s.remaining()) return false;
+    for (uint32_t i = 0; i < count; ++i) {
+      FRef<TNode> child;
+      if (!archive.readObjectAs(&child)) return false;
+      children.push_back(std::move(child));
+    }
+    return true;
+  }
+};
+
+// Writes two extra 32-bit words that its reader ignores.
+class TTrailing : public FShared {
+  VANTOR_CLASS(TTrailing)
+ public:
+  int32_t value = 0;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.stream().writeInt32(value) && archive.stream().writeInt32(-1) &&
+           archive.stream().writeInt32(-2);
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override {
+    return archive.stream().readInt32(&value);
+  }
+};
+
+// A class whose reader always fails.
+class TBroken : public FShared {
+  VANTOR_CLASS(TBroken)
+ public:
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.stream().writeInt32(7);
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive&) override { return false; }
+};
+
+// Registers the test classes (idempotent).
+void registerTestClasses();
+
+// An FObjectArchive round trip through memory.
+std::vector<uint8_t> archiveBytes(const CmObject* root, int16_t swap = 0);
+FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes, bool* ok, int16_t swap = 0);
+
+}  // namespace vantor::test
