@@ -1,0 +1,60 @@
+#pragma once
+// Helpers shared by the tempo, signature and position tests: archive round
+// trips through memory (big-endian, as in project files) and small maps.
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "foundation/FObjectArchive.h"
+#include "foundation/FMemoryStream.h"
+#include "foundation/FRef.h"
+
+namespace vantor::testing_tempo {
+
+// The archive bytes of the graph reached from root.
+inline std::vector<uint8_t> archiveBytes(const CmObject* root) {
+  FMemoryStream stream;
+  stream.setSwap(1);
+  FObjectArchive archive(stream);
+  if (!archive.writeArchive(root)) return {};
+  return stream.data();
+}
+
+// The root read back from archive bytes (nullptr when the read failed).
+inline FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes) {
+  FMemoryStream stream(bytes);
+  stream.setSwap(1);
+  FObjectArchive archive(stream);
+  return archive.readRoot();
+}
+
+template <class T>
+FRef<T> readBackAs(const std::vector<uint8_t>& bytes) {
+  FRef<CmObject> root = readArchiveBytes(bytes);
+  return FRef<T>::share(dynamic_cast<T*>(root.get()));
+}
+
+// Big-endian values at an offset of archive bytes.
+inline double bigEndianDouble(const std::vector<uint8_t>& bytes, size_t at) {
+  uint64_t bits = 0;
+  for (size_t i = 0; i < 8; ++i) bits = (bits << 8) | bytes[at + i];
+  double value = 0;
+  std::memcpy(&value, &bits, sizeof value);
+  return value;
+}
+inline uint32_t bigEndian32(const std::vector<uint8_t>& bytes, size_t at) {
+  uint32_t value = 0;
+  for (size_t i = 0; i < 4; ++i) value = (value << 8) | bytes[at + i];
+  return value;
+}
+inline uint16_t bigEndian16(const std::vector<uint8_t>& bytes, size_t at) {
+  return static_cast<uint16_t>((bytes[at] << 8) | bytes[at + 1]);
+}
+inline void putBigEndianDouble(std::vector<uint8_t>& bytes, size_t at, double value) {
+  uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof value);
+  for (size_t i = 0; i < 8; ++i) bytes[at + i] = static_cast<uint8_t>(bits >> (56 - 8 * i));
+}
+
+}  // namespace vantor::testing_tempo
