@@ -16,6 +16,7 @@ MEvent::MEvent(const MEvent& other)
       flags_(other.flags_ & ~MEventFlag::kSelected),
       node_(other.node_) {}
 
+MEvent::MEvent() = default;
 MEvent::~MEvent() = default;
 
 void MEvent::setStart(double start) { start_ = start; }

@@ -30,7 +30,7 @@ constexpr uint16_t kMarkerNumbered = 0x2000;  // set on every new marker: takes 
 class MEvent : public CmIDLink {
   VANTOR_CLASS(MEvent)
  public:
-  MEvent() = default;
+  MEvent();
   // A copy shares the original's node; it has no parent and no ID.
   MEvent(const MEvent& other);
   MEvent& operator=(const MEvent&) = delete;
