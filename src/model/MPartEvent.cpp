@@ -1,5 +1,7 @@
 #include "model/MPartEvent.h"
 
+#include "foundation/FObjectArchive.h"
+
 #include "model/MDataNode.h"
 
 namespace vantor {
@@ -31,6 +33,14 @@ std::string MPartEvent::getName() const {
 void MPartEvent::setName(std::string name) {
   if (getNode() == nullptr) setNode(createNode());
   getNode()->setName(std::move(name));
+}
+
+bool MPartEvent::writeToArchive(FObjectArchive& archive) const {
+  return MEvent::writeToArchive(archive) && archive.stream().writeInt32(color_);
+}
+
+bool MPartEvent::readFromArchive(FObjectArchive& archive) {
+  return MEvent::readFromArchive(archive) && archive.stream().readInt32(&color_);
 }
 
 std::optional<MPropertyValue> MPartEvent::getProperty(std::string_view name) const {

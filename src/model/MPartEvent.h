@@ -54,6 +54,14 @@ class MPartEvent : public MEvent {
   // A new, empty node of this part kind.
   virtual FRef<MDataNode> createNode() const;
 
+  // The part's colour as 0xRRGGBB; 0 is the track's colour.
+  int32_t getColor() const { return color_; }
+  void setColor(int32_t color) { color_ = color; }
+
+  // Archive: the event members, then the colour (32-bit).
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override;
+
   // Named properties for scripting and export: "name" (text), "start",
   // "length", "offset" (numbers, in the parent node's domain), "muted",
   // "locked" (switches).
@@ -66,6 +74,9 @@ class MPartEvent : public MEvent {
   // to its place in its parent node through the node's write accessor (false
   // when the node is read-only).
   [[nodiscard]] bool setProperty(std::string_view name, const MPropertyValue& value);
+
+ private:
+  int32_t color_ = 0;
 };
 
 // An audio part; its node is an MAudioPart.

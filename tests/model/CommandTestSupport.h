@@ -1,0 +1,102 @@
+#pragma once
+// Helpers for the command and undo tests: a plain event class, a node that
+// counts what it is told, small trees built by hand, and byte snapshots of a
+// tree written through the object archive.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "foundation/FRef.h"
+#include "model/MArrayNode.h"
+#include "model/MCommand.h"
+#include "model/MEvent.h"
+
+namespace vantor::cmdtest {
+
+// An event with a tag that is written to archives, so snapshots tell events
+// apart.
+class CommandTestEvent : public MEvent {
+  VANTOR_EVENT(CommandTestEvent)
+ public:
+  CommandTestEvent() = default;
+  CommandTestEvent(double start, double length, double offset = 0, int32_t tag = 0) : tag_(tag) {
+    setStart(start);
+    setLength(length);
+    setOffset(offset);
+  }
+  int32_t tag() const { return tag_; }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override;
+
+ private:
+  int32_t tag_ = 0;
+};
+
+// A list node that counts the calls of its change hooks.
+class CountingNode : public MListNode {
+  VANTOR_CLASS(CountingNode)
+ public:
+  void extentWillChange(MEvent* event) override;
+  void extentChanged(MEvent* event) override;
+  void eventsChanged() override;
+  int willChange = 0;
+  int changedExtent = 0;
+  int changedEvents = 0;
+};
+
+// A command that appends its name to a log on every step, and can be told
+// to fail its perform, undo or redo.
+class LogCommand : public MCommand {
+  VANTOR_CLASS(LogCommand)
+ public:
+  LogCommand() = default;
+  LogCommand(std::vector<std::string>* log, std::string name) : log_(log), name_(std::move(name)) {}
+  std::string description() const override { return name_; }
+  bool failPerform = false;
+  bool failUndo = false;
+
+ protected:
+  bool doPerform() override { return step("perform ", failPerform); }
+  bool doUndo() override { return step("undo ", failUndo); }
+  bool doRedo() override { return step("redo ", false); }
+
+ private:
+  bool step(const char* what, bool fail) {
+    if (fail) return false;
+    if (log_ != nullptr) log_->push_back(what + name_);
+    return true;
+  }
+  std::vector<std::string>* log_ = nullptr;
+  std::string name_;
+};
+
+// initializeModel() and the test classes.
+void initializeCommandTests();
+
+// A new event of the test class.
+FRef<MEvent> makeEvent(double start, double length, double offset = 0, int32_t tag = 0);
+// Inserts event into node through its write accessor; returns it.
+MEvent* put(MDataNode& node, FRef<MEvent> event);
+// The archive bytes of the tree below root.
+std::vector<uint8_t> snapshot(const CmObject* root);
+// Equal byte blocks; otherwise the sizes and the first differing offset.
+::testing::AssertionResult sameBytes(const std::vector<uint8_t>& actual, const std::vector<uint8_t>& expected);
+// The tags of node's events in their order.
+std::vector<int32_t> tagsOf(MDataNode& node);
+
+// Restores the global undo limit when it goes out of scope.
+class LimitGuard {
+ public:
+  explicit LimitGuard(int limit);
+  ~LimitGuard();
+  LimitGuard(const LimitGuard&) = delete;
+  LimitGuard& operator=(const LimitGuard&) = delete;
+
+ private:
+  int saved_;
+};
+
+}  // namespace vantor::cmdtest
