@@ -1,0 +1,25 @@
+#include "document/PDocumentInit.h"
+
+#include "document/PAppVersion.h"
+#include "document/PArrangement.h"
+#include "document/PDeviceSetup.h"
+#include "document/PWindowLayouts.h"
+#include "foundation/FInitializer.h"
+#include "model/MModelInit.h"
+
+namespace vantor {
+
+void registerDocumentClasses() {
+  PArrangement::classDescriptor();
+  PAppVersion::classDescriptor();
+  PDeviceSetup::classDescriptor();
+  PWindowLayouts::classDescriptor();
+}
+
+void initializeDocument() {
+  initializeModel();
+  FInitializer::add("document", FInitializer::kDocument, registerDocumentClasses);
+  FInitializer::runAll();
+}
+
+}  // namespace vantor

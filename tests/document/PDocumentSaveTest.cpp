@@ -1,0 +1,200 @@
+// Saving: failures, read-only files, files that cannot be replaced, backups.
+
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "PDocumentTestSupport.h"
+#include "document/PSafeFile.h"
+
+namespace vantor {
+namespace {
+
+using test::Bytes;
+using Severity = FUserMessages::Severity;
+
+class PDocumentSave : public test::DocumentTest {};
+
+constexpr const char* kUnchanged = "\nThe previous version of the project has been left unchanged.";
+
+TEST_F(PDocumentSave, AFailedWriteLeavesThePreviousFileByteForByte) {
+  const std::string path = savedProject("song.vpr");
+  const Bytes before = test::readFile(path);
+  PDocument doc(messages, prefs);
+  doc.setProgressHandler([](std::string_view) {});
+  ASSERT_TRUE(doc.open(path));
+  ASSERT_TRUE(doc.devices()->setSampleRate(96000));
+  doc.markModified();
+  // A folder in the place of the temporary file: it cannot be created.
+  std::filesystem::create_directory(dir.file(".song.vpr.tmp"));
+  messages.clear();
+  EXPECT_FALSE(doc.save());
+  ASSERT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(messages.messages()[0].severity, Severity::kError);
+  EXPECT_EQ(messages.messages()[0].text,
+            "Can not write project file \"" + path + "\" !\nopen: Is a directory" + kUnchanged);
+  EXPECT_EQ(test::readFile(path), before);
+  EXPECT_TRUE(doc.isModified());
+  EXPECT_EQ(doc.path(), path);
+
+  // Once the obstacle is gone the same document saves.
+  std::filesystem::remove(dir.file(".song.vpr.tmp"));
+  ASSERT_TRUE(doc.save());
+  EXPECT_NE(test::readFile(path), before);
+  EXPECT_FALSE(doc.isModified());
+}
+
+TEST_F(PDocumentSave, AFolderThatCannotHoldFilesFailsTheSave) {
+  test::writeText(dir.file("regular"), "a file, not a folder");
+  const std::string path = dir.file("regular/song.vpr");
+  PDocument doc(messages, prefs);
+  fill(doc);
+  EXPECT_FALSE(doc.save(path));
+  ASSERT_EQ(messages.messages().size(), 1u);
+  const std::string& text = messages.messages()[0].text;
+  EXPECT_EQ(text.rfind("Can not write project file \"" + path + "\" !\nopen: Not a directory", 0), 0u) << text;
+  EXPECT_EQ(text.substr(text.size() - std::string(kUnchanged).size()), kUnchanged);
+  EXPECT_EQ(test::readText(dir.file("regular")), "a file, not a folder");
+  EXPECT_EQ(doc.path(), "");
+  // The working directory did not follow the failed save.
+  EXPECT_EQ(doc.workingDirectory(), "");
+}
+
+TEST_F(PDocumentSave, AReadOnlyFileAsksAndCancelLeavesItAlone) {
+  const std::string path = savedProject("song.vpr");
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  const Bytes before = test::readFile(path);
+  PDocument doc(messages, prefs);
+  fill(doc);
+  messages.clear();
+  EXPECT_FALSE(doc.save(path));  // no answer queued: the default, Cancel
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0],
+            "The project file is read only!\nDo you want to overwrite it or create a new file?");
+  EXPECT_TRUE(messages.messages().empty());
+  EXPECT_EQ(test::readFile(path), before);
+  EXPECT_EQ(doc.path(), "");
+
+  messages.clear();
+  messages.queueAnswer(PDocument::kCancel);
+  EXPECT_FALSE(doc.save(path));
+  EXPECT_EQ(test::readFile(path), before);
+}
+
+TEST_F(PDocumentSave, AReadOnlyFileCanBeOverwrittenAndStaysReadOnly) {
+  const std::string path = savedProject("song.vpr");
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  const Bytes before = test::readFile(path);
+  PDocument doc(messages, prefs);
+  fill(doc);
+  ASSERT_TRUE(doc.devices()->setSampleRate(88200));
+  messages.queueAnswer(PDocument::kOverwrite);
+  ASSERT_TRUE(doc.save(path));
+  EXPECT_EQ(messages.questions().size(), 1u);
+  EXPECT_NE(test::readFile(path), before);
+  EXPECT_EQ(test::modeOf(path), 0444u);
+  EXPECT_EQ(doc.path(), path);
+  PDocument back(messages, prefs);
+  ASSERT_TRUE(back.open(path));
+  EXPECT_EQ(back.devices()->sampleRate(), 88200);
+}
+
+TEST_F(PDocumentSave, AReadOnlyFileCanBeKeptByWritingANewFile) {
+  const std::string path = savedProject("song.vpr");
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  test::writeText(dir.file("song-1.vpr"), "taken");
+  const Bytes before = test::readFile(path);
+  PDocument doc(messages, prefs);
+  fill(doc);
+  messages.queueAnswer(PDocument::kNewFile);
+  ASSERT_TRUE(doc.save(path));
+  EXPECT_EQ(test::readFile(path), before);
+  EXPECT_EQ(test::readText(dir.file("song-1.vpr")), "taken");
+  EXPECT_EQ(doc.path(), dir.file("song-2.vpr"));
+  PDocument back(messages, prefs);
+  ASSERT_TRUE(back.open(dir.file("song-2.vpr")));
+  EXPECT_EQ(back.devices()->sampleRate(), 44100);
+}
+
+TEST_F(PDocumentSave, AProjectThatCannotBeReplacedIsStoredAsANewFile) {
+  // A folder holds the project's name: nothing can be renamed over it.
+  const std::string path = dir.file("song.vpr");
+  std::filesystem::create_directory(path);
+  test::writeText(path + "/inside", "x");
+  PDocument doc(messages, prefs);
+  fill(doc);
+  ASSERT_TRUE(doc.save(path));
+  const std::string stored = dir.file("song-1.vpr");
+  ASSERT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(messages.messages()[0].severity, Severity::kWarning);
+  EXPECT_EQ(messages.messages()[0].text,
+            "The project could not be replaced!\nIt has been stored as new file \"" + stored + "\" instead!");
+  EXPECT_EQ(doc.path(), stored);
+  EXPECT_FALSE(doc.isModified());
+  EXPECT_TRUE(PSafeFile::isDirectory(path));
+  EXPECT_FALSE(PSafeFile::exists(dir.file(".song.vpr.tmp")));
+  PDocument back(messages, prefs);
+  ASSERT_TRUE(back.open(stored));
+  EXPECT_EQ(back.project()->getTrackList()->count(), 1u);
+}
+
+TEST_F(PDocumentSave, SavingUnderAnotherNameMovesAWorkingDirectoryThatFollowedTheFile) {
+  std::filesystem::create_directory(dir.file("a"));
+  std::filesystem::create_directory(dir.file("b"));
+  std::filesystem::create_directory(dir.file("elsewhere"));
+  PDocument doc(messages, prefs);
+  fill(doc);
+  ASSERT_TRUE(doc.save(dir.file("a/song.vpr")));
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("a")));
+  ASSERT_TRUE(doc.save(dir.file("b/copy.vpr")));
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("b")));
+  // A folder chosen by the user stays where it is.
+  ASSERT_TRUE(doc.setWorkingDirectory(dir.file("elsewhere")));
+  ASSERT_TRUE(doc.save(dir.file("a/song.vpr")));
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("elsewhere")));
+}
+
+TEST_F(PDocumentSave, BackupHoldsTheSameProjectBesideTheFile) {
+  const std::string path = savedProject("song.vpr");
+  PDocument doc(messages, prefs);
+  ASSERT_TRUE(doc.open(path));
+  ASSERT_TRUE(doc.saveBackup());
+  const std::string backup = dir.file("song.vpr.bak");
+  EXPECT_EQ(test::readFile(backup), test::readFile(path));
+  EXPECT_EQ(doc.path(), path);
+
+  ASSERT_TRUE(doc.devices()->setSampleRate(32000));
+  doc.markModified();
+  const Bytes project = test::readFile(path);
+  ASSERT_TRUE(doc.saveBackup());  // replaces the previous backup
+  EXPECT_TRUE(doc.isModified());
+  EXPECT_EQ(test::readFile(path), project);
+  PDocument back(messages, prefs);
+  ASSERT_TRUE(back.open(backup));
+  EXPECT_EQ(back.devices()->sampleRate(), 32000);
+}
+
+TEST_F(PDocumentSave, BackupFailuresAreReported) {
+  PDocument untitled(messages, prefs);
+  EXPECT_FALSE(untitled.saveBackup());
+  ASSERT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(messages.messages()[0].text, "The project has not been saved yet!\nSave it before making a backup.");
+
+  const std::string path = savedProject("song.vpr");
+  PDocument doc(messages, prefs);
+  doc.setProgressHandler([](std::string_view) {});
+  ASSERT_TRUE(doc.open(path));
+  ASSERT_TRUE(doc.saveBackup());
+  const Bytes backup = test::readFile(dir.file("song.vpr.bak"));
+  std::filesystem::create_directory(dir.file(".song.vpr.bak.tmp"));
+  ASSERT_TRUE(doc.devices()->setSampleRate(32000));
+  messages.clear();
+  EXPECT_FALSE(doc.saveBackup());
+  ASSERT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
+                                             "\" !\nopen: Is a directory" + kUnchanged);
+  EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
+}
+
+}  // namespace
+}  // namespace vantor

@@ -1,0 +1,74 @@
+#pragma once
+// A document fixture: the layer initialised, a temporary folder, captured
+// messages and preferences bound to a file in that folder.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "DocumentTestSupport.h"
+#include "document/PArrangement.h"
+#include "document/PDeviceSetup.h"
+#include "document/PDocument.h"
+#include "document/PDocumentInit.h"
+#include "document/PPreferences.h"
+#include "document/PWindowLayouts.h"
+#include "foundation/FUserMessages.h"
+#include "model/MPartEvent.h"
+#include "model/MProject.h"
+
+namespace vantor::test {
+
+class DocumentTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    initializeDocument();
+    ASSERT_FALSE(dir.path().empty());
+    ASSERT_TRUE(prefs.load(dir.file("preferences")));
+  }
+
+  // The folder as the system names it (links resolved), as the document
+  // records working directories.
+  static std::string real(const std::string& folder) {
+    return std::filesystem::weakly_canonical(folder).string();
+  }
+
+  // Gives doc some content of every root: a MIDI track "Bass" with a part
+  // "Verse", devices and a second window layout.
+  static void fill(PDocument& doc) {
+    MProject* project = doc.project();
+    ASSERT_NE(project, nullptr);
+    FRef<MTrackEvent> track = MProject::createTrack("MIDI", "Bass");
+    ASSERT_TRUE(track);
+    MTrackEvent* added = track.get();
+    ASSERT_TRUE(project->addTrack(std::move(track)));
+    auto part = makeRef<MPartEvent>();
+    part->setName("Verse");
+    part->setStart(1920);
+    part->setLength(7680);
+    ASSERT_TRUE(project->addPart(added, std::move(part)));
+    ASSERT_TRUE(doc.devices()->setSampleRate(44100));
+    ASSERT_TRUE(doc.devices()->setBlockSize(128));
+    doc.devices()->setPorts(PPortKind::kAudioOutput, {"Main L", "Main R"});
+    doc.devices()->setPorts(PPortKind::kMidiInput, {"Keys"});
+    ASSERT_TRUE(doc.windowLayouts()->store({"Mixing", {{"Mixer", 10, 20, 800, 600}}}));
+    ASSERT_TRUE(doc.windowLayouts()->setActiveLayout("Mixing"));
+    doc.markModified();
+  }
+
+  // Saves a filled document as name in the folder and returns its path.
+  std::string savedProject(const std::string& name) {
+    PDocument doc(messages, prefs);
+    fill(doc);
+    const std::string path = dir.file(name);
+    EXPECT_TRUE(doc.save(path));
+    return path;
+  }
+
+  TempDir dir;
+  FCapturedMessages messages;
+  PPreferences prefs;
+};
+
+}  // namespace vantor::test

@@ -1,0 +1,139 @@
+// The working directory of a project whose file has moved.
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "PDocumentTestSupport.h"
+
+namespace vantor {
+namespace {
+
+using Severity = FUserMessages::Severity;
+
+class PDocumentWorkingDirectory : public test::DocumentTest {
+ protected:
+  void SetUp() override {
+    DocumentTest::SetUp();
+    for (const char* name : {"old", "new", "locked", "chosen"}) std::filesystem::create_directory(dir.file(name));
+    oldPath = dir.file("old/song.vpr");
+    newPath = dir.file("new/song.vpr");
+    PDocument doc(messages, prefs);
+    fill(doc);
+    ASSERT_TRUE(doc.save(oldPath));
+    std::filesystem::copy_file(oldPath, newPath);
+    messages.clear();
+  }
+
+  std::string movedQuestion() const {
+    return "The project file has been moved!\nPlease confirm the project working directory!\n\n"
+           "Document path is: " + newPath + "\n\nNew (1):\t" + real(dir.file("new")) +
+           "\nOld (2):\t" + real(dir.file("old"));
+  }
+
+  std::string oldPath;
+  std::string newPath;
+};
+
+TEST_F(PDocumentWorkingDirectory, AProjectInItsOwnFolderAsksNothing) {
+  PDocument doc(messages, prefs);
+  ASSERT_TRUE(doc.open(oldPath));
+  EXPECT_TRUE(messages.questions().empty());
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
+  EXPECT_FALSE(doc.isModified());
+}
+
+TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) {
+  PDocument doc(messages, prefs);
+  ASSERT_TRUE(doc.open(newPath));
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0], movedQuestion());
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("new")));
+  EXPECT_TRUE(doc.isModified());
+}
+
+TEST_F(PDocumentWorkingDirectory, TheOldFolderCanBeKept) {
+  PDocument doc(messages, prefs);
+  messages.queueAnswer(PDocument::kKeepOldDirectory);
+  ASSERT_TRUE(doc.open(newPath));
+  EXPECT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
+  EXPECT_FALSE(doc.isModified());
+  // Saved where it now lies, the project keeps the folder it was given.
+  ASSERT_TRUE(doc.save());
+  PDocument again(messages, prefs);
+  messages.clear();
+  messages.queueAnswer(PDocument::kKeepOldDirectory);
+  ASSERT_TRUE(again.open(newPath));
+  EXPECT_EQ(messages.questions().size(), 1u);
+}
+
+TEST_F(PDocumentWorkingDirectory, AReadOnlyNewFolderAsksForAnotherUntilAUsableOne) {
+  ASSERT_EQ(::chmod(dir.file("new").c_str(), 0555), 0);
+  ASSERT_EQ(::chmod(dir.file("locked").c_str(), 0555), 0);
+  PDocument doc(messages, prefs);
+  doc.setProgressHandler([](std::string_view) {});
+  std::vector<std::string> offers = {dir.file("locked"), dir.file("chosen")};
+  size_t asked = 0;
+  doc.setDirectoryChooser([&]() -> std::optional<std::string> { return offers[asked++]; });
+  ASSERT_TRUE(doc.open(newPath));
+  EXPECT_EQ(asked, 2u);
+  ASSERT_EQ(messages.messages().size(), 2u);
+  EXPECT_EQ(messages.messages()[0].severity, Severity::kWarning);
+  EXPECT_EQ(messages.messages()[0].text,
+            "The project has been moved to a location that is read only!\n"
+            "Please select a new project working directory!");
+  EXPECT_EQ(messages.messages()[1].text, "The project directory is read only!\n\nPlease make a new selection!");
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("chosen")));
+}
+
+TEST_F(PDocumentWorkingDirectory, CancellingTheChoiceKeepsTheOldFolder) {
+  ASSERT_EQ(::chmod(dir.file("new").c_str(), 0555), 0);
+  PDocument doc(messages, prefs);
+  doc.setProgressHandler([](std::string_view) {});
+  int asked = 0;
+  doc.setDirectoryChooser([&]() -> std::optional<std::string> {
+    ++asked;
+    return std::nullopt;
+  });
+  ASSERT_TRUE(doc.open(newPath));
+  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
+
+  // Without a chooser the old folder stays as well.
+  PDocument plain(messages, prefs);
+  ASSERT_TRUE(plain.open(newPath));
+  EXPECT_EQ(plain.workingDirectory(), real(dir.file("old")));
+}
+
+TEST_F(PDocumentWorkingDirectory, AChosenDirectoryMustBeWritable) {
+  PDocument doc(messages, prefs);
+  ASSERT_EQ(::chmod(dir.file("locked").c_str(), 0555), 0);
+  EXPECT_FALSE(doc.setWorkingDirectory(dir.file("locked")));
+  ASSERT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(messages.messages()[0].text, "The project directory is read only!\n\nPlease make a new selection!");
+  EXPECT_FALSE(doc.isModified());
+  // A folder that cannot be made is refused the same way.
+  test::writeText(dir.file("plain-file"), "x");
+  EXPECT_FALSE(doc.setWorkingDirectory(dir.file("plain-file/sub")));
+  EXPECT_EQ(messages.messages().size(), 2u);
+  // A missing folder is made.
+  ASSERT_TRUE(doc.setWorkingDirectory(dir.file("chosen/audio")));
+  EXPECT_TRUE(std::filesystem::is_directory(dir.file("chosen/audio")));
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("chosen/audio")));
+  EXPECT_TRUE(doc.isModified());
+}
+
+TEST_F(PDocumentWorkingDirectory, AProjectOpenedThroughALinkBelongsToTheLinkedFilesFolder) {
+  const std::string link = dir.file("chosen/link.vpr");
+  ASSERT_EQ(::symlink(oldPath.c_str(), link.c_str()), 0);
+  PDocument doc(messages, prefs);
+  ASSERT_TRUE(doc.open(link));
+  EXPECT_TRUE(messages.questions().empty());
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
+}
+
+}  // namespace
+}  // namespace vantor
