@@ -168,7 +168,8 @@ bool FAttributes::readFromArchive(FObjectArchive& archive) {
       }
       case Kind::kObject: {
         FRef<CmObject> v(archive.readObject());
-        if (archive.failed()) return false;
+        // A set that held an object still being read would hold itself.
+        if (archive.failed() || archive.lastWasOpenRecord()) return false;
         setObject(key, std::move(v));
         break;
       }

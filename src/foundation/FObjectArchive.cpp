@@ -24,6 +24,15 @@ void FObjectArchive::releaseTable() {
     if (object != nullptr) object->release();
   }
   read_.clear();
+  open_.clear();
+  openStack_.clear();
+}
+
+bool FObjectArchive::isBeingRead(const CmObject* object) const {
+  for (const CmObject* open : openStack_) {
+    if (open == object) return true;
+  }
+  return false;
 }
 
 // ---- writing ---------------------------------------------------------------
@@ -232,6 +241,8 @@ const FClass* FObjectArchive::resolve(FClassEntry& entry) {
 }
 
 CmObject* FObjectArchive::readObject() {
+  lastBackReference_ = false;
+  lastOpen_ = false;
   if (failed_) return nullptr;
   uint16_t tag = 0;
   if (!current_->readUInt16(&tag)) {
@@ -259,6 +270,8 @@ CmObject* FObjectArchive::readBackReference() {
   }
   CmObject* object = read_[number - 1];
   object->retain();
+  lastBackReference_ = true;
+  lastOpen_ = open_[number - 1];
   if (trace_ != nullptr) trace_->onBackReference(depth_, number);
   return object;
 }
@@ -274,6 +287,7 @@ CmObject* FObjectArchive::readFirstRecord(uint16_t classIndex) {
   const FClass* cls = resolve(entry);
   const auto number = static_cast<uint32_t>(read_.size() + 1);
   read_.push_back(nullptr);
+  open_.push_back(true);
 
   FReadStream record(*current_, length);
   FStream* outer = current_;
@@ -290,7 +304,9 @@ CmObject* FObjectArchive::readFirstRecord(uint16_t classIndex) {
       read_[number - 1] = object;
     }
     ++depth_;
+    openStack_.push_back(object);
     const bool ok = object->readFromArchive(*this);
+    openStack_.pop_back();
     --depth_;
     if (!ok) {
       if (read_[number - 1] != nullptr) {
@@ -303,6 +319,9 @@ CmObject* FObjectArchive::readFirstRecord(uint16_t classIndex) {
   }
   current_ = outer;
   currentVersion_ = outerVersion;
+  open_[number - 1] = false;
+  lastBackReference_ = false;
+  lastOpen_ = false;
   if (!record.close()) failed_ = true;
   if (trace_ != nullptr) trace_->onRecordEnd(depth_, number, object != nullptr && !failed_);
   return object;

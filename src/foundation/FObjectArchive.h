@@ -99,10 +99,19 @@ class FObjectArchive {
   // Reads one object-valued member: the object with one reference for the
   // caller, or nullptr for no object or a failure (failed() tells which).
   CmObject* readObject();
-  // Reads a member expected to be of class T (or derived); an object of
-  // another class is released and fails the read.
+  // Reads an owning member expected to be of class T (or derived). An object
+  // of another class is released and fails the read, and so does a back
+  // reference to an object whose record is still being read: owned through
+  // this member, it would hold itself (a cycle of references that nothing
+  // frees). Cyclic data is read through readObject() instead.
   template <class T>
   [[nodiscard]] bool readObjectAs(FRef<T>* out);
+  // Whether the last readObject() returned an object met before (a back
+  // reference), and whether that object's record was still being read.
+  bool lastWasBackReference() const { return lastBackReference_; }
+  bool lastWasOpenRecord() const { return lastOpen_; }
+  // Whether object's record is being read now (it encloses the current one).
+  bool isBeingRead(const CmObject* object) const;
 
   // The version of the class whose record is being read.
   int16_t currentClassVersion() const { return currentVersion_; }
@@ -145,6 +154,10 @@ class FObjectArchive {
   // Reading: one place per first record; holds a reference on shared
   // objects while the archive is read.
   std::vector<CmObject*> read_;
+  std::vector<bool> open_;  // per place of read_: the record is being read
+  std::vector<const CmObject*> openStack_;  // the objects of the open records
+  bool lastBackReference_ = false;
+  bool lastOpen_ = false;
   FArchiveTrace* trace_ = nullptr;
 };
 
@@ -154,7 +167,7 @@ bool FObjectArchive::readObjectAs(FRef<T>* out) {
   CmObject* object = readObject();
   if (object == nullptr) return !failed_;
   T* typed = dynamic_cast<T*>(object);
-  if (typed == nullptr) {
+  if (typed == nullptr || lastOpen_) {
     object->release();
     failed_ = true;
     return false;

@@ -47,8 +47,13 @@ bool MEvent::readFromArchive(FObjectArchive& archive) {
   if (!s.readUInt16(&flags) || !s.readDouble(&start) || !s.readDouble(&length) || !s.readDouble(&offset)) {
     return false;
   }
-  FRef<MDataNode> node;
-  if (!archive.readObjectAs(&node)) return false;
+  // The node may still be being read (a project written without its root
+  // reads the root inside the project); the container that takes this event
+  // refuses it then, as that would be a cycle of ownership.
+  FRef<CmObject> object(archive.readObject());
+  if (archive.failed()) return false;
+  FRef<MDataNode> node = FRef<MDataNode>::share(dynamic_cast<MDataNode*>(object.get()));
+  if (object && !node) return false;
   flags_ |= flags;
   setStart(start);
   setLength(length);

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <atomic>
 
+#include "foundation/FObjectArchive.h"
+#include "model/MDataNode.h"
+
 namespace vantor {
 
 namespace {
@@ -75,11 +78,6 @@ size_t MEventContainer::lowerBound(double start) const {
   return static_cast<size_t>(it - events_.begin());
 }
 
-}  // namespace vantor
-
-#include "foundation/FObjectArchive.h"
-
-namespace vantor {
 
 bool writeEventContainer(FObjectArchive& archive, const MEventContainer& events) {
   if (!archive.stream().writeUInt32(static_cast<uint32_t>(events.size()))) return false;
@@ -97,7 +95,10 @@ bool readEventContainer(FObjectArchive& archive, MEventContainer& events) {
   if (left != FStream::kUnknown && static_cast<int64_t>(count) * 2 > left) return false;
   for (uint32_t i = 0; i < count; ++i) {
     FRef<MEvent> event;
-    if (!archive.readObjectAs(&event)) return false;
+    // An event lives in one node: a second appearance is damage, and so is
+    // an event showing a node that encloses it (it would own itself).
+    if (!archive.readObjectAs(&event) || archive.lastWasBackReference()) return false;
+    if (event && archive.isBeingRead(event->getNode())) return false;
     // Events of classes this program does not know are dropped.
     if (event) events.append(std::move(event));
   }

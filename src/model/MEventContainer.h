@@ -53,9 +53,6 @@ class MEventContainer {
   MDataNode* owner_;
 };
 
-}  // namespace vantor
-
-namespace vantor {
 
 class FObjectArchive;
 

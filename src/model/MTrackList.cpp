@@ -85,7 +85,10 @@ bool MTrackList::readFromArchive(FObjectArchive& archive) {
   if (left != FStream::kUnknown && static_cast<int64_t>(count) * 2 > left) return false;
   for (uint32_t i = 0; i < count; ++i) {
     FRef<MTrackEvent> track;
-    if (!archive.readObjectAs(&track)) return false;
+    // A track lives in one list: a second appearance is damage, and so is
+    // a track whose node encloses it.
+    if (!archive.readObjectAs(&track) || archive.lastWasBackReference()) return false;
+    if (track && archive.isBeingRead(track->getNode())) return false;
     if (!track) continue;
     // A track met twice (damaged data) is kept once: the second insert fails.
     const bool added = insert(std::move(track));

@@ -33,10 +33,13 @@ class TNode : public FShared {
     uint32_t count = 0;
     if (!s.readInt32(&value) || !s.readString(&text) || !s.readUInt32(&count)) return false;
     if (count > s.remaining()) return false;
+    // Children may close a cycle, so they are read as plain objects.
     for (uint32_t i = 0; i < count; ++i) {
-      FRef<TNode> child;
-      if (!archive.readObjectAs(&child)) return false;
-      children.push_back(std::move(child));
+      FRef<CmObject> object(archive.readObject());
+      if (archive.failed()) return false;
+      auto* child = dynamic_cast<TNode*>(object.get());
+      if (object && child == nullptr) return false;
+      children.push_back(FRef<TNode>::share(child));
     }
     return true;
   }
