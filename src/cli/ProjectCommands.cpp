@@ -1,0 +1,175 @@
+#include "cli/ProjectCommands.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <sstream>
+
+#include "cli/ProjectInfo.h"
+#include "cli/ShellSession.h"
+#include "document/PDocument.h"
+#include "model/MPosition.h"
+#include "model/MProject.h"
+#include "model/MSignatureTrack.h"
+#include "model/MTempoEvent.h"
+#include "model/MTempoTrack.h"
+#include "model/MTimeSignatureEvent.h"
+#include "model/MTrackEvent.h"
+
+namespace vantor::cli {
+
+namespace {
+
+using nlohmann::json;
+
+MTempoTrackNode& tempoOf(MProject& p) { return *static_cast<MTempoTrackNode*>(p.getTempoTrack()->getNode()); }
+MSignatureTrackNode& signaturesOf(MProject& p) {
+  return *static_cast<MSignatureTrackNode*>(p.getSignatureTrack()->getNode());
+}
+
+bool refuseExisting(CliContext& context, const std::string& path, bool force) {
+  if (force || !std::filesystem::exists(path)) return false;
+  context.messages.report(FUserMessages::Severity::kError,
+                          "\"" + path + "\" already exists (use --force to replace it)");
+  return true;
+}
+
+int runNew(CliContext& context, const std::string& path, double bpm, const std::string& signature, bool force) {
+  if (refuseExisting(context, path, force)) return kExitDataError;
+  unsigned numerator = 4;
+  unsigned denominator = 4;
+  char slash = 0;
+  int consumed = 0;
+  if (std::sscanf(signature.c_str(), "%u%c%u%n", &numerator, &slash, &denominator, &consumed) != 3 ||
+      slash != '/' || consumed != static_cast<int>(signature.size()) || numerator < 1 || numerator > 255 ||
+      denominator < 1 || denominator > 1920) {
+    context.messages.report(FUserMessages::Severity::kError,
+                            "bad signature \"" + signature + "\" (N/D, like 3/4)");
+    return kExitUsage;
+  }
+  if (!(bpm >= 1 && bpm <= 999.99)) {
+    context.messages.report(FUserMessages::Severity::kError, "the tempo must lie between 1 and 999.99 BPM");
+    return kExitUsage;
+  }
+  PDocument document(context.messages, context.preferences);
+  MProject& project = *document.project();
+  MTempoTrackNode& tempo = tempoOf(project);
+  tempo.tempoEvent(0)->setBPM(bpm);
+  tempo.tempoChanged();
+  signaturesOf(project).signature(0)->setSignature(static_cast<uint16_t>(numerator),
+                                                   static_cast<uint16_t>(denominator));
+  return document.save(path) ? kExitOk : kExitDataError;
+}
+
+int runInfo(CliContext& context, const std::string& path, bool asJson) {
+  PDocument document(context.messages, context.preferences);
+  if (!openProject(context, document, path)) return kExitDataError;
+  const json info = describeProject(document);
+  if (asJson) {
+    context.out << info.dump(2) << '\n';
+  } else {
+    printProject(context.out, info);
+  }
+  return kExitOk;
+}
+
+int runTime(CliContext& context, const std::string& path, const std::string& text, bool asJson) {
+  PDocument document(context.messages, context.preferences);
+  if (!openProject(context, document, path)) return kExitDataError;
+  MProject& project = *document.project();
+  const MPosition positions(signaturesOf(project), tempoOf(project));
+  std::string error;
+  const std::optional<double> pulses = positions.parse(text, &error);
+  if (!pulses) {
+    context.messages.report(FUserMessages::Severity::kError, error);
+    return kExitDataError;
+  }
+  const double seconds = tempoOf(project).secondsAt(*pulses);
+  const std::string bars = positions.formatBars(*pulses).value_or("");
+  const std::string time = positions.formatTime(*pulses).value_or("");
+  if (asJson) {
+    context.out << json{{"pulses", *pulses}, {"bars", bars}, {"seconds", seconds}, {"time", time}}.dump(2) << '\n';
+  } else {
+    context.out << "pulses  " << *pulses << "\nbars    " << bars << "\nseconds " << seconds << "\ntime    " << time
+                << '\n';
+  }
+  return kExitOk;
+}
+
+// The main job's project, built with the same lines a user types.
+const char* const kDemoLines[] = {
+    "track add midi Bass",
+    "track add audio Vocals",
+    "track add folder Drums",
+    "track add midi Kick",
+    "part add 1 1.1.1.0 5.1.1.0 Intro",
+    "part add 1 5.1.1.0 13.1.1.0 Verse",
+    "part add 2 5.1.1.0 9.1.1.0 Take",
+    "part add 4 1.1.1.0 17.1.1.0 Beat",
+    "tempo 9.1.1.0 140 ramp",
+    "signature 17.1.1.0 3/4",
+    "marker add 1.1.1.0 Intro",
+    "marker add 5.1.1.0 Verse",
+    "locators 5.1.1.0 13.1.1.0",
+    "cycle on",
+    "mute 2:1",
+};
+
+int runDemo(CliContext& context, const std::string& path) {
+  {
+    // The lines' own output (new marker IDs) is not part of the job's.
+    std::ostringstream lineOutput;
+    CliContext quiet(lineOutput, context.err);
+    PDocument document(context.messages, context.preferences);
+    ShellSession session(quiet, document, FSystemClock::instance());
+    for (const char* line : kDemoLines) {
+      if (!session.execute(line)) return kExitDataError;
+    }
+    if (!document.save(path)) return kExitDataError;
+  }
+  context.out << "Saved a demonstration project to " << path << "\n\n";
+  return runInfo(context, path, false);
+}
+
+}  // namespace
+
+void addProjectCommands(CLI::App& app, CliContext& context, int* exitCode) {
+  auto* create = app.add_subcommand("new", "Create a new, empty project file");
+  auto newPath = std::make_shared<std::string>();
+  auto bpm = std::make_shared<double>(120.0);
+  auto signature = std::make_shared<std::string>("4/4");
+  auto force = std::make_shared<bool>(false);
+  create->add_option("FILE", *newPath, "Project file to create (.vpr)")->required();
+  create->add_option("--tempo", *bpm, "Tempo in BPM (default 120)");
+  create->add_option("--signature", *signature, "Time signature N/D (default 4/4)");
+  create->add_flag("--force", *force, "Replace an existing file");
+  create->callback([&context, exitCode, newPath, bpm, signature, force] {
+    *exitCode = runNew(context, *newPath, *bpm, *signature, *force);
+  });
+
+  auto* info = app.add_subcommand("info", "Describe a project: version, tempo, signatures, tracks, markers, pool");
+  auto infoPath = std::make_shared<std::string>();
+  auto infoJson = std::make_shared<bool>(false);
+  info->add_option("FILE", *infoPath, "Project file (.vpr)")->required();
+  info->add_flag("--json", *infoJson, "Print one JSON object");
+  info->callback([&context, exitCode, infoPath, infoJson] { *exitCode = runInfo(context, *infoPath, *infoJson); });
+
+  auto* time = app.add_subcommand("time", "Show a position as pulses, bars and seconds");
+  auto timePath = std::make_shared<std::string>();
+  auto position = std::make_shared<std::string>();
+  auto timeJson = std::make_shared<bool>(false);
+  time->add_option("FILE", *timePath, "Project file (.vpr)")->required();
+  time->add_option("POSITION", *position, "1920, 5.1.1.0, 3.5s or 1:02.250")->required();
+  time->add_flag("--json", *timeJson, "Print one JSON object");
+  time->callback([&context, exitCode, timePath, position, timeJson] {
+    *exitCode = runTime(context, *timePath, *position, *timeJson);
+  });
+
+  auto* demo = app.add_subcommand("demo", "Build a small project of its own, save it and show it");
+  auto demoPath = std::make_shared<std::string>();
+  demo->add_option("FILE", *demoPath, "Where to save it")->required();
+  demo->callback([&context, exitCode, demoPath] { *exitCode = runDemo(context, *demoPath); });
+}
+
+}  // namespace vantor::cli

@@ -1,0 +1,167 @@
+#include "cli/ProjectInfo.h"
+
+#include <ostream>
+
+#include "cli/ShellReferences.h"
+#include "document/PArrangement.h"
+#include "document/PDocument.h"
+#include "model/MEventContainer.h"
+#include "model/MMarkerEvent.h"
+#include "model/MPartEvent.h"
+#include "model/MPosition.h"
+#include "model/MProject.h"
+#include "model/MSignatureTrack.h"
+#include "model/MTempoEvent.h"
+#include "model/MTempoTrack.h"
+#include "model/MTimeSignatureEvent.h"
+#include "model/MTrackEvent.h"
+#include "model/MTransport.h"
+
+namespace vantor::cli {
+
+namespace {
+
+using nlohmann::json;
+
+struct Clock {
+  const MPosition& positions;
+  json at(double pulses) const {
+    return {{"pulses", pulses}, {"bars", positions.formatBars(pulses).value_or("")},
+            {"time", positions.formatTime(pulses).value_or("")}};
+  }
+};
+
+std::string trackKind(const MTrackEvent& t) {
+  if (dynamic_cast<const MAudioTrackEvent*>(&t)) return "Audio";
+  if (dynamic_cast<const MMidiTrackEvent*>(&t)) return "MIDI";
+  if (dynamic_cast<const MFolderTrack*>(&t)) return "Folder";
+  if (dynamic_cast<const MMarkerTrackEvent*>(&t)) return "Marker";
+  if (dynamic_cast<const MVideoTrackEvent*>(&t)) return "Video";
+  if (auto* d = dynamic_cast<const MDeviceTrackEvent*>(&t)) {
+    if (d->getDeviceKind() == MDeviceKind::kGroupChannel) return "Group Channel";
+    if (d->getDeviceKind() == MDeviceKind::kMasterAutomation) return "Master Automation";
+    return "Device";
+  }
+  return t.getClassName();
+}
+
+json describeTracks(const MProject& project, const Clock& clock) {
+  json tracks = json::array();
+  const std::vector<MTrackEvent*> all = listTracks(project);
+  for (size_t i = 0; i < all.size(); ++i) {
+    const MTrackEvent& t = *all[i];
+    json parts = json::array();
+    if (dynamic_cast<const MFolderTrack*>(&t) == nullptr) {
+      for (MEvent* e : eventsOf(t.getNode())) {
+        const auto* part = dynamic_cast<const MPartEvent*>(e);
+        const MEventContainer* inside = e->getNode() != nullptr ? e->getNode()->events() : nullptr;
+        parts.push_back({{"name", part != nullptr ? part->getName() : ""},
+                         {"class", e->getClassName()},
+                         {"start", clock.at(e->getStart())},
+                         {"end", clock.at(e->getEnd())},
+                         {"length", e->getLength()},
+                         {"offset", e->getOffset()},
+                         {"events", inside != nullptr ? inside->size() : 0},
+                         {"muted", e->isMuted()},
+                         {"color", part != nullptr ? part->getColor() : 0},
+                         {"locked", e->isLocked()}});
+      }
+    }
+    tracks.push_back({{"number", i + 1}, {"kind", trackKind(t)}, {"name", t.getName()}, {"parts", parts},
+                      {"muted", t.isMuted()}, {"color", t.getAttribute(MTrackAttribute::kColor)}});
+  }
+  return tracks;
+}
+
+}  // namespace
+
+json describeProject(const PDocument& document) {
+  const MProject& project = *document.project();
+  const auto& tempo = *static_cast<const MTempoTrackNode*>(project.getTempoTrack()->getNode());
+  const auto& signatures = *static_cast<const MSignatureTrackNode*>(project.getSignatureTrack()->getNode());
+  const MPosition positions(signatures, tempo);
+  const Clock clock{positions};
+
+  json info;
+  info["file"] = document.path();
+  const PAppVersion& version = document.fileVersion();
+  info["version"] = {{"application", version.applicationName()}, {"version", version.versionText()},
+                     {"buildDate", version.buildDate()}, {"revision", version.revision()}};
+  json tempoEvents = json::array();
+  for (size_t i = 0; i < tempo.tempoCount(); ++i) {
+    const MTempoEvent* e = tempo.tempoEvent(i);
+    json entry = clock.at(e->getStart());
+    entry["bpm"] = e->getBPM();
+    entry["seconds"] = e->getTime();
+    entry["function"] = e->getFunc() == MTempoFunc::kRamp ? "ramp" : "jump";
+    tempoEvents.push_back(std::move(entry));
+  }
+  info["tempo"] = {{"events", tempoEvents}, {"rehearsalMode", tempo.isRehearsalMode()},
+                   {"rehearsalTempo", tempo.getRehearsalTempo()}};
+  json signatureEvents = json::array();
+  for (size_t i = 0; i < signatures.signatureCount(); ++i) {
+    const MTimeSignatureEvent* e = signatures.signature(i);
+    json entry = clock.at(e->getStart());
+    entry["numerator"] = e->getNumerator();
+    entry["denominator"] = e->getDenominator();
+    signatureEvents.push_back(std::move(entry));
+  }
+  info["signatures"] = signatureEvents;
+  info["tracks"] = describeTracks(project, clock);
+  json markers = json::array();
+  for (MEvent* e : eventsOf(project.getMarkerTrack()->getNode())) {
+    const auto* m = dynamic_cast<const MMarkerEvent*>(e);
+    if (m == nullptr) continue;
+    markers.push_back({{"id", m->getMarkerID()}, {"name", m->getName()}, {"start", clock.at(m->getStart())},
+                       {"length", m->getLength()}, {"locator", dynamic_cast<const MCycleEvent*>(m) != nullptr}});
+  }
+  info["markers"] = markers;
+  if (const MTransport* transport = document.arrangement()->getTransport()) {
+    info["locators"] = {{"left", clock.at(transport->getLeftLocator())},
+                        {"right", clock.at(transport->getRightLocator())},
+                        {"cycle", transport->isCycleOn()}};
+  }
+  const CmObject* pool = project.getPool();
+  info["pool"] = {{"present", pool != nullptr}, {"class", pool != nullptr ? pool->getClassName() : ""}};
+  return info;
+}
+
+void printProject(std::ostream& out, const json& info) {
+  const json& v = info["version"];
+  out << "Project " << info["file"].get<std::string>() << "\n  written by " << v["application"].get<std::string>()
+      << ' ' << v["version"].get<std::string>() << " (" << v["buildDate"].get<std::string>() << ", format revision "
+      << v["revision"].get<int>() << ")\nTempo:\n";
+  for (const json& e : info["tempo"]["events"]) {
+    out << "  " << e["bars"].get<std::string>() << "  " << e["bpm"].get<double>() << " BPM, "
+        << e["function"].get<std::string>() << ", at " << e["time"].get<std::string>() << '\n';
+  }
+  out << "Signatures:\n";
+  for (const json& e : info["signatures"]) {
+    out << "  " << e["bars"].get<std::string>() << "  " << e["numerator"].get<int>() << '/'
+        << e["denominator"].get<int>() << '\n';
+  }
+  out << "Tracks: " << info["tracks"].size() << '\n';
+  for (const json& t : info["tracks"]) {
+    out << "  " << t["number"].get<int>() << ". " << t["kind"].get<std::string>() << " \""
+        << t["name"].get<std::string>() << "\", " << t["parts"].size() << " parts\n";
+    for (const json& p : t["parts"]) {
+      out << "      \"" << p["name"].get<std::string>() << "\" " << p["start"]["bars"].get<std::string>() << " - "
+          << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
+          << (p["muted"].get<bool>() ? ", muted" : "") << (p["locked"].get<bool>() ? ", locked" : "") << '\n';
+    }
+  }
+  out << "Markers: " << info["markers"].size() << '\n';
+  for (const json& m : info["markers"]) {
+    out << "  " << m["id"].get<int>() << " \"" << m["name"].get<std::string>() << "\" at "
+        << m["start"]["bars"].get<std::string>() << '\n';
+  }
+  if (info.contains("locators")) {
+    out << "Locators: " << info["locators"]["left"]["bars"].get<std::string>() << " - "
+        << info["locators"]["right"]["bars"].get<std::string>() << ", cycle "
+        << (info["locators"]["cycle"].get<bool>() ? "on" : "off") << '\n';
+  }
+  out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty")
+      << '\n';
+}
+
+}  // namespace vantor::cli

@@ -1,0 +1,18 @@
+#pragma once
+// A project described as JSON (what `vantor info --json` prints) and as
+// text.
+
+#include <nlohmann/json.hpp>
+
+#include <iosfwd>
+
+namespace vantor {
+class PDocument;
+}
+
+namespace vantor::cli {
+
+nlohmann::json describeProject(const PDocument& document);
+void printProject(std::ostream& out, const nlohmann::json& info);
+
+}  // namespace vantor::cli

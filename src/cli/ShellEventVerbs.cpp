@@ -1,0 +1,214 @@
+// Shell verbs on parts and the events inside them: add, remove, move, nudge,
+// size, split, mute, lock, rename, colour, and virtual groups.
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "cli/ShellReferences.h"
+#include "cli/ShellSession.h"
+#include "model/MAttributeCommands.h"
+#include "model/MInsertCommand.h"
+#include "model/MMoveCommand.h"
+#include "model/MPartEvent.h"
+#include "model/MProject.h"
+#include "model/MSizeCommand.h"
+#include "model/MTrackEvent.h"
+#include "model/MVGroupCommands.h"
+#include "model/MVirtualGroup.h"
+
+namespace vantor::cli {
+
+namespace {
+
+// Events named by the references in args[first, end).
+std::optional<std::vector<FRef<MEvent>>> eventList(ShellSession& s, const ShellArgs& a, size_t first,
+                                                   size_t end) {
+  std::vector<FRef<MEvent>> events;
+  for (size_t i = first; i < end; ++i) {
+    MEvent* e = s.event(a[i]);
+    if (e == nullptr) return std::nullopt;
+    events.push_back(FRef<MEvent>::share(e));
+  }
+  return events;
+}
+
+bool insertPart(ShellSession& s, MDataNode* node, const ShellArgs& a) {
+  auto start = s.position(a[1]);
+  if (!start) return false;
+  auto end = s.position(a[2]);
+  if (!end) return false;
+  if (*end <= *start) return s.fail("the end must lie after the start");
+  FRef<MPartEvent> part = makeRef<MPartEvent>();
+  part->setNode(part->createNode());
+  part->setName(a.size() > 3 ? a[3] : "Part");
+  part->setStart(*start);
+  part->setLength(*end - *start);
+  if (!s.perform(makeRef<MInsertCommand>(FRef<MDataNode>::share(node), FRef<MEvent>(part)))) return false;
+  s.project().registerEvent(part.get());
+  return true;
+}
+
+bool addPart(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 3 || a.size() > 4) return s.fail("usage: part add TRACK START END [NAME]");
+  MTrackEvent* t = s.track(a[0]);
+  if (t == nullptr) return false;
+  if (t->getNode() == nullptr && !t->ensureContent()) return s.fail("the track cannot hold parts");
+  if (dynamic_cast<MFolderTrack*>(t) != nullptr) return s.fail("a folder track holds tracks, not parts");
+  return insertPart(s, t->getNode(), a);
+}
+
+bool addEvent(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 3 || a.size() > 4) return s.fail("usage: event add PART START END [NAME]");
+  MEvent* holder = s.event(a[0]);
+  if (holder == nullptr) return false;
+  if (holder->getNode() == nullptr || holder->getNode()->events() == nullptr)
+    return s.fail("\"" + a[0] + "\" holds no events");
+  return insertPart(s, holder->getNode(), a);
+}
+
+bool removeEvents(ShellSession& s, const ShellArgs& a) {
+  if (a.empty()) return s.fail("usage: remove EVENT...");
+  auto events = eventList(s, a, 0, a.size());
+  return events && s.perform(makeRef<MRemoveCommand>(std::move(*events)));
+}
+
+bool moveEvent(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 2 || a.size() > 3) return s.fail("usage: move EVENT POSITION [TRACK]");
+  MEvent* e = s.event(a[0]);
+  if (e == nullptr) return false;
+  auto start = s.position(a[1]);
+  if (!start) return false;
+  if (a.size() == 2) return s.perform(makeRef<MSimpleMoveCommand>(FRef<MEvent>::share(e), *start));
+  MTrackEvent* target = s.track(a[2]);
+  if (target == nullptr) return false;
+  if (target->getNode() == nullptr || dynamic_cast<MFolderTrack*>(target) != nullptr)
+    return s.fail("the track cannot hold parts");
+  std::vector<MEventMove> moves{{FRef<MEvent>::share(e), FRef<MDataNode>::share(target->getNode()), *start}};
+  return s.perform(makeRef<MMoveCommand>(std::move(moves)));
+}
+
+bool nudgeEvents(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 2) return s.fail("usage: nudge DELTA EVENT...");
+  double delta = 0;
+  try {
+    size_t used = 0;
+    delta = std::stod(a[0], &used);
+    if (used != a[0].size()) throw std::invalid_argument("");
+  } catch (const std::exception&) {
+    return s.fail("bad delta \"" + a[0] + "\" (pulses, negative to move earlier)");
+  }
+  auto events = eventList(s, a, 1, a.size());
+  return events && s.perform(makeRef<MMoveInsideCommand>(std::move(*events), delta));
+}
+
+bool sizeEvent(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 3) return s.fail("usage: size EVENT start|end|offset|length VALUE");
+  MEvent* e = s.event(a[0]);
+  if (e == nullptr) return false;
+  FRef<MEvent> event = FRef<MEvent>::share(e);
+  FRef<MDataNode> node = FRef<MDataNode>::share(e->getParent());
+  const std::string& what = a[1];
+  auto value = what == "offset" || what == "length" ? s.length(a[2]) : s.position(a[2]);
+  if (!value) return false;
+  if (what == "start") return s.perform(makeRef<MSizeStartCommand>(event, node, *value));
+  if (what == "end") return s.perform(makeRef<MSizeEndCommand>(event, node, *value));
+  if (what == "offset") return s.perform(makeRef<MOffsetCommand>(event, node, *value), "Set Offset");
+  if (what == "length") return s.perform(makeRef<MLengthCommand>(event, node, *value));
+  return s.fail("size takes start, end, offset or length, not \"" + what + "\"");
+}
+
+bool splitEvents(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: split EVENT POSITION");
+  MEvent* e = s.event(a[0]);
+  if (e == nullptr) return false;
+  auto at = s.position(a[1]);
+  if (!at) return false;
+  if (*at <= e->getStart() || *at >= e->getEnd()) return s.fail("the position does not lie inside the event");
+  auto command = makeRef<MSplitCommand>(FRef<MDataNode>::share(e->getParent()),
+                                        std::vector<FRef<MEvent>>{FRef<MEvent>::share(e)}, *at);
+  MSplitCommand* split = command.get();
+  if (!s.perform(command)) return false;
+  for (const auto& piece : split->newPlaces()) s.project().registerEvent(piece.event.get());
+  return true;
+}
+
+ShellHandler flagVerb(bool isMute, bool on) {
+  return [isMute, on](ShellSession& s, const ShellArgs& a) {
+    if (a.empty()) return s.fail("give the events to change");
+    auto events = eventList(s, a, 0, a.size());
+    if (!events) return false;
+    if (isMute) return s.perform(makeRef<MMuteCommand>(std::move(*events), on));
+    return s.perform(makeRef<MEditLockCommand>(std::move(*events), on));
+  };
+}
+
+bool renameEvent(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: rename EVENT NAME");
+  MEvent* e = s.event(a[0]);
+  return e != nullptr && s.perform(makeRef<MRenameCommand>(FRef<MEvent>::share(e), a[1]));
+}
+
+bool colourEvents(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 2) return s.fail("usage: color COLOUR EVENT...");
+  auto c = parseColour(s, a[0]);
+  if (!c) return false;
+  auto events = eventList(s, a, 1, a.size());
+  return events && s.perform(makeRef<MColorCommand>(std::move(*events), *c));
+}
+
+std::vector<MEvent*> groupPlacements(MProject& project) {
+  std::vector<MEvent*> groups;
+  for (MEvent* e : eventsOf(&project)) {
+    if (dynamic_cast<MVirtualGroupEvent*>(e) != nullptr) groups.push_back(e);
+  }
+  return groups;
+}
+
+bool createGroup(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 3) return s.fail("usage: group create NAME EVENT EVENT...");
+  auto events = eventList(s, a, 1, a.size());
+  if (!events) return false;
+  for (const auto& e : *events) s.project().registerEvent(e.get());
+  auto command = makeRef<MVGroupCreateCommand>(FRef<MDataNode>::share(&s.project()), std::move(*events), a[0]);
+  MVGroupCreateCommand* create = command.get();
+  if (!s.perform(command)) return false;
+  if (create->groupEvent() != nullptr) s.project().registerEvent(create->groupEvent());
+  return true;
+}
+
+bool removeGroup(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: group remove GROUP");
+  const std::vector<MEvent*> groups = groupPlacements(s.project());
+  auto number = s.integer(a[0], 1, static_cast<long>(std::max<size_t>(groups.size(), 1)), "group number");
+  if (!number) return false;
+  if (groups.empty()) return s.fail("the project has no groups");
+  return s.perform(makeRef<MVGroupRemoveCommand>(FRef<MEvent>::share(groups[static_cast<size_t>(*number - 1)])));
+}
+
+}  // namespace
+
+std::vector<MEvent*> listGroups(MProject& project) { return groupPlacements(project); }
+
+void addEventVerbs(std::vector<ShellVerb>& verbs) {
+  verbs.push_back({"part add", "TRACK START END [NAME]", "add a part to a track", addPart});
+  verbs.push_back({"event add", "PART START END [NAME]", "add an event (a part) inside a part", addEvent});
+  verbs.push_back({"remove", "EVENT...", "remove parts or events", removeEvents});
+  verbs.push_back({"move", "EVENT POSITION [TRACK]", "move an event to POSITION, onto another track if given",
+                   moveEvent});
+  verbs.push_back({"nudge", "DELTA EVENT...", "move events by DELTA pulses (repeats unite into one undo)",
+                   nudgeEvents});
+  verbs.push_back({"size", "EVENT start|end|offset|length VALUE",
+                   "resize an event: start and end keep the content in place, offset shifts the content",
+                   sizeEvent});
+  verbs.push_back({"split", "EVENT POSITION", "split an event in two at POSITION", splitEvents});
+  verbs.push_back({"mute", "EVENT...", "mute events", flagVerb(true, true)});
+  verbs.push_back({"unmute", "EVENT...", "unmute events", flagVerb(true, false)});
+  verbs.push_back({"lock", "EVENT...", "lock events against moves and resizes", flagVerb(false, true)});
+  verbs.push_back({"unlock", "EVENT...", "unlock events", flagVerb(false, false)});
+  verbs.push_back({"rename", "EVENT NAME", "rename a part or event", renameEvent});
+  verbs.push_back({"color", "COLOUR EVENT...", "colour parts or events (a number or #RRGGBB)", colourEvents});
+  verbs.push_back({"group create", "NAME EVENT EVENT...", "make a virtual group of events", createGroup});
+  verbs.push_back({"group remove", "GROUP", "dissolve a virtual group (its number in `groups`)", removeGroup});
+}
+
+}  // namespace vantor::cli

@@ -1,0 +1,163 @@
+// Shell verbs that show the project: tracks, parts, events, markers, tempo
+// changes, signatures, groups.
+
+#include <ostream>
+
+#include "cli/ShellReferences.h"
+#include "cli/ShellSession.h"
+#include "model/MEventContainer.h"
+#include "model/MMarkerEvent.h"
+#include "model/MPartEvent.h"
+#include "model/MPosition.h"
+#include "model/MProject.h"
+#include "model/MSignatureTrack.h"
+#include "model/MTempoEvent.h"
+#include "model/MTempoTrack.h"
+#include "model/MTimeSignatureEvent.h"
+#include "model/MTrackEvent.h"
+#include "model/MTransport.h"
+#include "model/MVirtualGroup.h"
+
+namespace vantor::cli {
+
+namespace {
+
+std::string bars(ShellSession& s, double pulses) {
+  return s.positions().formatBars(pulses).value_or(std::to_string(pulses));
+}
+
+std::string eventName(const MEvent& event) {
+  if (auto* part = dynamic_cast<const MPartEvent*>(&event)) return part->getName();
+  if (auto* marker = dynamic_cast<const MMarkerEvent*>(&event)) return marker->getName();
+  return event.getNode() != nullptr ? event.getNode()->getName() : "";
+}
+
+std::string kindOf(const MTrackEvent& track) {
+  std::string name = track.getClassName();
+  // "MMidiTrackEvent" -> "MidiTrack" reads poorly; say the kind instead.
+  if (dynamic_cast<const MAudioTrackEvent*>(&track)) return "Audio";
+  if (dynamic_cast<const MMidiTrackEvent*>(&track)) return "MIDI";
+  if (dynamic_cast<const MFolderTrack*>(&track)) return "Folder";
+  if (dynamic_cast<const MMarkerTrackEvent*>(&track)) return "Marker";
+  if (dynamic_cast<const MVideoTrackEvent*>(&track)) return "Video";
+  if (auto* device = dynamic_cast<const MDeviceTrackEvent*>(&track)) {
+    switch (device->getDeviceKind()) {
+      case MDeviceKind::kGroupChannel: return "Group Channel";
+      case MDeviceKind::kMasterAutomation: return "Master Automation";
+      default: return "Device";
+    }
+  }
+  return name;
+}
+
+void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* node) {
+  const std::vector<MEvent*> events = eventsOf(node);
+  for (size_t i = 0; i < events.size(); ++i) {
+    const MEvent& e = *events[i];
+    s.out() << prefix << (i + 1) << "  \"" << eventName(e) << "\"  " << bars(s, e.getStart()) << " - "
+            << bars(s, e.getEnd()) << "  (start " << e.getStart() << ", length " << e.getLength() << ", offset "
+            << e.getOffset() << ")";
+    if (e.getNode() != nullptr && e.getNode()->events() != nullptr)
+      s.out() << "  " << e.getNode()->events()->size() << " events";
+    if (e.isMuted()) s.out() << "  muted";
+    if (e.isLocked()) s.out() << "  locked";
+    if (const auto* part = dynamic_cast<const MPartEvent*>(&e); part != nullptr && part->getColor() != 0)
+      s.out() << "  color " << part->getColor();
+    s.out() << '\n';
+  }
+}
+
+bool listTracksVerb(ShellSession& s, const ShellArgs&) {
+  const std::vector<MTrackEvent*> tracks = listTracks(s.project());
+  if (tracks.empty()) s.out() << "no tracks\n";
+  for (size_t i = 0; i < tracks.size(); ++i) {
+    const MTrackEvent& t = *tracks[i];
+    s.out() << (i + 1) << "  " << kindOf(t) << "  \"" << t.getName() << "\"";
+    const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
+    if (folder != nullptr && folder->getTrackList() != nullptr) {
+      s.out() << "  " << folder->getTrackList()->count() << " tracks";
+    } else {
+      s.out() << "  " << eventsOf(t.getNode()).size() << " parts";
+    }
+    if (t.isMuted()) s.out() << "  muted";
+    if (t.getAttribute(MTrackAttribute::kColor) != 0) s.out() << "  color " << t.getAttribute(MTrackAttribute::kColor);
+    s.out() << '\n';
+  }
+  return true;
+}
+
+bool listParts(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: parts TRACK");
+  MTrackEvent* t = s.track(a[0]);
+  if (t == nullptr) return false;
+  printEvents(s, a[0] + ":", t->getNode());
+  return true;
+}
+
+bool listEvents(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: events PART");
+  MEvent* e = s.event(a[0]);
+  if (e == nullptr) return false;
+  printEvents(s, a[0] + ":", e->getNode());
+  return true;
+}
+
+bool listMarkers(ShellSession& s, const ShellArgs&) {
+  for (MEvent* e : eventsOf(s.project().getMarkerTrack()->getNode())) {
+    auto* m = dynamic_cast<MMarkerEvent*>(e);
+    if (m == nullptr) continue;
+    s.out() << m->getMarkerID() << "  \"" << m->getName() << "\"  " << bars(s, m->getStart());
+    if (dynamic_cast<MRangeMarkerEvent*>(m) != nullptr) s.out() << " - " << bars(s, m->getEnd());
+    if (dynamic_cast<MCycleEvent*>(m) != nullptr) s.out() << "  (locator marker)";
+    s.out() << '\n';
+  }
+  const MTransport& t = s.transport();
+  s.out() << "locators " << bars(s, t.getLeftLocator()) << " - " << bars(s, t.getRightLocator()) << ", cycle "
+          << (t.isCycleOn() ? "on" : "off") << '\n';
+  return true;
+}
+
+bool listTempo(ShellSession& s, const ShellArgs&) {
+  const auto* node = static_cast<const MTempoTrackNode*>(s.project().getTempoTrack()->getNode());
+  for (size_t i = 0; i < node->tempoCount(); ++i) {
+    const MTempoEvent* e = node->tempoEvent(i);
+    s.out() << bars(s, e->getStart()) << "  " << e->getBPM() << " BPM  "
+            << (e->getFunc() == MTempoFunc::kRamp ? "ramp" : "jump") << "  at "
+            << s.positions().formatTime(e->getStart()).value_or("?") << '\n';
+  }
+  return true;
+}
+
+bool listSignatures(ShellSession& s, const ShellArgs&) {
+  const auto* node = static_cast<const MSignatureTrackNode*>(s.project().getSignatureTrack()->getNode());
+  for (size_t i = 0; i < node->signatureCount(); ++i) {
+    const MTimeSignatureEvent* e = node->signature(i);
+    s.out() << bars(s, e->getStart()) << "  " << e->getNumerator() << '/' << e->getDenominator() << '\n';
+  }
+  return true;
+}
+
+bool listGroupsVerb(ShellSession& s, const ShellArgs&) {
+  const std::vector<MEvent*> groups = listGroups(s.project());
+  if (groups.empty()) s.out() << "no groups\n";
+  for (size_t i = 0; i < groups.size(); ++i) {
+    const auto* group = dynamic_cast<const MVirtualGroup*>(groups[i]->getNode());
+    s.out() << (i + 1) << "  \"" << eventName(*groups[i]) << "\"  "
+            << (group != nullptr ? group->memberCount() : 0) << " members\n";
+  }
+  return true;
+}
+
+}  // namespace
+
+void addListingVerbs(std::vector<ShellVerb>& verbs) {
+  verbs.push_back({"tracks", "", "list the tracks", listTracksVerb});
+  verbs.push_back({"parts", "TRACK", "list the parts of a track", listParts});
+  verbs.push_back({"events", "PART", "list the events inside a part", listEvents});
+  verbs.push_back({"markers", "", "list the markers, the locators and the cycle", listMarkers});
+  verbs.push_back({"tempos", "", "list the tempo changes", listTempo});
+  verbs.push_back({"signatures", "", "list the time signatures", listSignatures});
+  verbs.push_back({"groups", "", "list the virtual groups", listGroupsVerb});
+}
+
+}  // namespace vantor::cli

@@ -1,0 +1,105 @@
+#include "cli/ShellReferences.h"
+
+#include <charconv>
+
+#include "cli/ShellSession.h"
+#include "model/MEventContainer.h"
+#include "model/MProject.h"
+#include "model/MTrackEvent.h"
+#include "model/MTrackList.h"
+
+namespace vantor::cli {
+
+namespace {
+
+void appendTracks(const MTrackList* list, std::vector<MTrackEvent*>& out) {
+  if (list == nullptr) return;
+  for (size_t i = 0; i < list->count(); ++i) {
+    MTrackEvent* track = list->at(i);
+    out.push_back(track);
+    if (auto* folder = dynamic_cast<MFolderTrack*>(track)) appendTracks(folder->getTrackList(), out);
+  }
+}
+
+bool parseIndex(const std::string& text, size_t* index) {
+  size_t value = 0;
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc() || end != text.data() + text.size() || value == 0) return false;
+  *index = value;
+  return true;
+}
+
+}  // namespace
+
+std::vector<MTrackEvent*> listTracks(const MProject& project) {
+  std::vector<MTrackEvent*> tracks;
+  appendTracks(project.getTrackList(), tracks);
+  return tracks;
+}
+
+std::vector<MEvent*> eventsOf(const MDataNode* node) {
+  std::vector<MEvent*> events;
+  const MEventContainer* container = node != nullptr ? node->events() : nullptr;
+  if (container == nullptr) return events;
+  for (const auto& event : *container) events.push_back(event.get());
+  return events;
+}
+
+std::vector<std::string> splitReference(const std::string& text) {
+  std::vector<std::string> parts;
+  size_t start = 0;
+  for (;;) {
+    const size_t colon = text.find(':', start);
+    parts.push_back(text.substr(start, colon - start));
+    if (colon == std::string::npos) return parts;
+    start = colon + 1;
+  }
+}
+
+MTrackEvent* ShellSession::track(const std::string& text) {
+  const std::vector<MTrackEvent*> tracks = listTracks(project());
+  size_t number = 0;
+  if (parseIndex(text, &number)) {
+    if (number <= tracks.size()) return tracks[number - 1];
+    fail("there is no track " + text + " (the project has " + std::to_string(tracks.size()) + ")");
+    return nullptr;
+  }
+  MTrackEvent* found = nullptr;
+  for (MTrackEvent* t : tracks) {
+    if (t->getName() != text) continue;
+    if (found != nullptr) {
+      fail("more than one track is named \"" + text + "\"; use its number");
+      return nullptr;
+    }
+    found = t;
+  }
+  if (found == nullptr) fail("there is no track named \"" + text + "\"");
+  return found;
+}
+
+MEvent* ShellSession::event(const std::string& text) {
+  const std::vector<std::string> parts = splitReference(text);
+  if (parts.size() < 2 || parts.size() > 3) {
+    fail("\"" + text + "\" is not an event reference (TRACK:PART or TRACK:PART:EVENT)");
+    return nullptr;
+  }
+  MTrackEvent* owner = track(parts[0]);
+  if (owner == nullptr) return nullptr;
+  MEvent* current = owner;
+  for (size_t level = 1; level < parts.size(); ++level) {
+    const std::vector<MEvent*> inside = eventsOf(current->getNode());
+    size_t number = 0;
+    if (!parseIndex(parts[level], &number)) {
+      fail("\"" + parts[level] + "\" in \"" + text + "\" is not a number from 1");
+      return nullptr;
+    }
+    if (number > inside.size()) {
+      fail("there is no event " + text + " (" + std::to_string(inside.size()) + " there)");
+      return nullptr;
+    }
+    current = inside[number - 1];
+  }
+  return current;
+}
+
+}  // namespace vantor::cli

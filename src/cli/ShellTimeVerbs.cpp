@@ -1,0 +1,131 @@
+// Shell verbs on musical time and the transport: tempo, signatures,
+// locators and the cycle switch.
+
+#include <charconv>
+
+#include "cli/ShellSession.h"
+#include "model/MCommand.h"
+#include "model/MProject.h"
+#include "model/MSignatureTrack.h"
+#include "model/MTempoCommands.h"
+#include "model/MTempoEvent.h"
+#include "model/MTempoTrack.h"
+#include "model/MTimeSignatureEvent.h"
+#include "model/MTrackEvent.h"
+#include "model/MTransport.h"
+
+namespace vantor::cli {
+
+namespace {
+
+MTempoTrackNode& tempoNode(ShellSession& s) {
+  return *static_cast<MTempoTrackNode*>(s.project().getTempoTrack()->getNode());
+}
+
+MSignatureTrackNode& signatureNode(ShellSession& s) {
+  return *static_cast<MSignatureTrackNode*>(s.project().getSignatureTrack()->getNode());
+}
+
+std::optional<int32_t> tempoFunction(ShellSession& s, const std::string& word) {
+  if (word == "jump") return MTempoFunc::kJump;
+  if (word == "ramp") return MTempoFunc::kRamp;
+  s.fail("a tempo runs in by jump or ramp, not \"" + word + "\"");
+  return std::nullopt;
+}
+
+bool setTempo(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 2 || a.size() > 3) return s.fail("usage: tempo POSITION BPM [jump|ramp]");
+  auto at = s.position(a[0]);
+  if (!at) return false;
+  double bpm = 0;
+  const auto [end, ec] = std::from_chars(a[1].data(), a[1].data() + a[1].size(), bpm);
+  if (ec != std::errc() || end != a[1].data() + a[1].size() || !(bpm > 0)) {
+    return s.fail("bad tempo \"" + a[1] + "\" (beats per minute, above 0)");
+  }
+  int32_t func = MTempoFunc::kJump;
+  if (a.size() == 3) {
+    auto f = tempoFunction(s, a[2]);
+    if (!f) return false;
+    func = *f;
+  }
+  MTempoTrackNode& node = tempoNode(s);
+  MTempoEvent* existing = node.tempoEventAt(*at);
+  auto set = makeRef<MSetTempoCommand>(FRef<MTempoTrackNode>::share(&node), *at, bpm, func);
+  // Setting an existing change keeps how tempo runs into it unless a
+  // function was named: then both happen as one undo step.
+  if (existing == nullptr || existing->getStart() != *at || a.size() < 3 || existing->getFunc() == func) {
+    return s.perform(set);
+  }
+  auto both = makeRef<MMacroCommand>("Set Tempo");
+  if (!both->add(set) ||
+      !both->add(makeRef<MTempoTypeCommand>(FRef<MTempoEvent>::share(existing), func))) {
+    return s.fail("the tempo could not be set");
+  }
+  return s.perform(both);
+}
+
+bool setTempoType(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: tempo type POSITION jump|ramp");
+  auto at = s.position(a[0]);
+  if (!at) return false;
+  auto func = tempoFunction(s, a[1]);
+  if (!func) return false;
+  MTempoEvent* event = tempoNode(s).tempoEventAt(*at);
+  if (event == nullptr || event->getStart() != *at) return s.fail("there is no tempo change at " + a[0]);
+  return s.perform(makeRef<MTempoTypeCommand>(FRef<MTempoEvent>::share(event), *func));
+}
+
+bool setSignature(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: signature POSITION N/D");
+  auto at = s.position(a[0]);
+  if (!at) return false;
+  const size_t slash = a[1].find('/');
+  MSignatureValues values;
+  auto n = s.integer(a[1].substr(0, slash), 1, 255, "numerator");
+  if (!n) return false;
+  if (slash == std::string::npos) return s.fail("a signature is written N/D, like 3/4");
+  auto d = s.integer(a[1].substr(slash + 1), 1, 1920, "denominator");
+  if (!d) return false;
+  values.numerator = static_cast<uint16_t>(*n);
+  values.denominator = static_cast<uint16_t>(*d);
+  return s.perform(makeRef<MTimeSignatureCommand>(FRef<MSignatureTrackNode>::share(&signatureNode(s)),
+                                                  static_cast<int32_t>(*at + 0.5), values));
+}
+
+// The locators and the cycle switch belong to the transport, not to the
+// arrangement's content: they change at once and are not undone.
+bool setLocators(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: locators LEFT RIGHT");
+  auto left = s.position(a[0]);
+  if (!left) return false;
+  auto right = s.position(a[1]);
+  if (!right) return false;
+  if (*right < *left) return s.fail("the right locator must not lie before the left one");
+  s.transport().setLeftLocator(*left);
+  s.transport().setRightLocator(*right);
+  s.noteChange();
+  return true;
+}
+
+bool setCycle(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: cycle on|off");
+  auto on = s.onOff(a, 0, true);
+  if (!on) return false;
+  s.transport().setCycle(*on);
+  s.noteChange();
+  return true;
+}
+
+}  // namespace
+
+void addTimeVerbs(std::vector<ShellVerb>& verbs) {
+  verbs.push_back({"tempo type", "POSITION jump|ramp", "how tempo runs into the change at POSITION", setTempoType});
+  verbs.push_back({"tempo", "POSITION BPM [jump|ramp]",
+                   "set the tempo at POSITION (a new tempo change where there is none)", setTempo});
+  verbs.push_back({"signature", "POSITION N/D",
+                   "add or change a time signature; later signatures keep their bar numbers", setSignature});
+  verbs.push_back({"locators", "LEFT RIGHT", "set the left and right locators", setLocators});
+  verbs.push_back({"cycle", "on|off", "switch the cycle between the locators", setCycle});
+}
+
+}  // namespace vantor::cli

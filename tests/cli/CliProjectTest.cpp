@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include <set>
+
+#include "CliTestSupport.h"
+
+namespace vantor {
+namespace {
+
+using nlohmann::json;
+using test::runVantor;
+using test::TempFolder;
+
+TEST(CliProject, NewInfoAndTimeAgreeOnTheTempoMap) {
+  TempFolder dir;
+  const std::string file = (dir / "song.vpr").string();
+  ASSERT_EQ(runVantor({"new", file, "--tempo", "90", "--signature", "3/4"}).status, 0);
+  // Refused over an existing file unless forced.
+  const auto again = runVantor({"new", file});
+  EXPECT_EQ(again.status, 1);
+  EXPECT_NE(again.err.find("already exists"), std::string::npos);
+
+  const auto info = runVantor({"info", file, "--json"});
+  ASSERT_EQ(info.status, 0) << info.err;
+  const json j = json::parse(info.out);
+  ASSERT_TRUE(j.contains("tracks") && j.contains("tempo") && j.contains("signatures"));
+  EXPECT_TRUE(j["tracks"].empty());
+  // Tempo is kept as seconds per beat in single precision: 60/90 as a float.
+  EXPECT_NEAR(j["tempo"]["events"][0]["bpm"].get<double>(), 90.0, 1e-5);
+  EXPECT_EQ(j["signatures"][0]["numerator"], 3);
+  EXPECT_EQ(j["signatures"][0]["denominator"], 4);
+
+  // At 90 BPM a quarter lasts 2/3 s; bar 3 of 3/4 starts at 2 * 1440 pulses
+  // = 6 quarters = 4 s (to the precision of a float tempo).
+  struct Case {
+    const char* text;
+    double pulses;
+    const char* bars;
+    double seconds;
+  } cases[] = {
+      {"2880", 2880, "3.1.1.0", 4.0},
+      {"3.1.1.0", 2880, "3.1.1.0", 4.0},
+      {"4s", 2880, "3.1.1.0", 4.0},
+      {"0:04.000", 2880, "3.1.1.0", 4.0},
+      {"1.2.1.0", 480, "1.2.1.0", 2.0 / 3.0},
+  };
+  for (const Case& c : cases) {
+    const auto time = runVantor({"time", file, c.text, "--json"});
+    ASSERT_EQ(time.status, 0) << c.text << time.err;
+    const json t = json::parse(time.out);
+    EXPECT_NEAR(t["pulses"].get<double>(), c.pulses, 1e-3) << c.text;
+    EXPECT_EQ(t["bars"], c.bars) << c.text;
+    EXPECT_NEAR(t["seconds"].get<double>(), c.seconds, 1e-6) << c.text;
+  }
+  const auto bad = runVantor({"time", file, "-5"});
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_FALSE(bad.err.empty());
+}
+
+TEST(CliProject, FilesThatCannotBeReadGiveTheSystemsMessages) {
+  TempFolder dir;
+  const std::string missing = (dir / "missing.vpr").string();
+  for (const char* verb : {"info", "dump", "shell"}) {
+    const auto r = runVantor({verb, missing});
+    EXPECT_EQ(r.status, 1) << verb;
+    EXPECT_NE(r.err.find("Can not open project file \"" + missing + "\" !"), std::string::npos) << verb << r.err;
+  }
+  const std::string junk = (dir / "junk.vpr").string();
+  std::ofstream(junk) << "RIFF not a project at all";
+  for (const char* verb : {"info", "dump"}) {
+    const auto r = runVantor({verb, junk});
+    EXPECT_EQ(r.status, 1) << verb;
+    EXPECT_NE(r.err.find("Invalid project file \"" + junk + "\" !"), std::string::npos) << verb << r.err;
+  }
+  // A real file of another kind from the corpus is no project either.
+  const std::string midi = std::string(VANTOR_SHARED_DIR) + "/corpus/midi/jazz-soft-test-midi-files/test-c-major-scale.mid";
+  if (std::filesystem::exists(midi)) {
+    const auto r = runVantor({"dump", midi});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("Invalid project file"), std::string::npos);
+  }
+}
+
+TEST(CliProject, UsageErrorsExitWithTwoAndHelpWithZero) {
+  EXPECT_EQ(runVantor({}).status, 2);
+  EXPECT_EQ(runVantor({"no-such-command"}).status, 2);
+  EXPECT_EQ(runVantor({"info"}).status, 2);
+  for (const char* verb : {"dump", "new", "info", "time", "shell", "edit", "demo", "classes"}) {
+    const auto r = runVantor({verb, "--help"});
+    EXPECT_EQ(r.status, 0) << verb;
+    EXPECT_NE(r.out.find("Usage"), std::string::npos) << verb;
+  }
+  EXPECT_EQ(runVantor({"--help"}).status, 0);
+}
+
+TEST(CliProject, EveryClassIsCreatedByNameFromTheShippedBinary) {
+  const auto r = runVantor({"classes", "--json"});
+  ASSERT_EQ(r.status, 0) << r.out;
+  const json j = json::parse(r.out);
+  EXPECT_EQ(j["failures"], 0);
+  std::set<std::string> names;
+  for (const json& c : j["classes"]) names.insert(c["name"].get<std::string>());
+  for (const char* name : {"CmObject", "FAttributes", "Attributes", "MRoot", "Root of Engine", "MProject",
+                           "MTempoEvent", "MTimeSignatureEvent", "MMarkerEvent", "MCycleEvent", "MSizeCommand",
+                           "PArrangement", "PAppVersion", "MMidiTrackEvent", "MTrackList"}) {
+    EXPECT_TRUE(names.count(name)) << name;
+  }
+}
+
+TEST(CliProject, DemoBuildsSavesAndShowsItsProject) {
+  TempFolder dir;
+  const std::string file = (dir / "demo.vpr").string();
+  const auto r = runVantor({"demo", file});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("\"Bass\""), std::string::npos);
+  const json j = json::parse(runVantor({"info", file, "--json"}).out);
+  EXPECT_EQ(j["tracks"].size(), 4u);
+  EXPECT_EQ(j["tempo"]["events"].size(), 2u);
+  EXPECT_EQ(j["tempo"]["events"][1]["function"], "ramp");
+  EXPECT_EQ(j["signatures"].size(), 2u);
+  EXPECT_EQ(j["markers"].size(), 2u);
+  EXPECT_TRUE(j["locators"]["cycle"].get<bool>());
+}
+
+TEST(CliProject, DumpShowsRootsClassTablesAndRecords) {
+  TempFolder dir;
+  const std::string file = (dir / "d.vpr").string();
+  ASSERT_EQ(runVantor({"demo", file}).status, 0);
+  const auto r = runVantor({"dump", file, "--json"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const json j = json::parse(r.out);
+  ASSERT_EQ(j["roots"].size(), 4u);
+  const char* names[] = {"Arrangement1", "Devices", "WindowLayouts", "Version"};
+  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(j["roots"][i]["name"], names[i]);
+  EXPECT_EQ(j["roots"][0]["className"], "PArrangement");
+  EXPECT_EQ(j["roots"][3]["className"], "PAppVersion");
+  const json& header = j["roots"][0]["header"];
+  EXPECT_EQ(header["magic"], 0x61526348);
+  EXPECT_EQ(header["totalLength"], j["roots"][0]["archiveSize"]);
+  // Somewhere in the arrangement a shared node or the project's root is
+  // written as a back reference.
+  EXPECT_NE(r.out.find("\"reference\""), std::string::npos);
+  const auto text = runVantor({"dump", file});
+  EXPECT_NE(text.out.find("Root \"Arrangement1\" PArrangement"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vantor

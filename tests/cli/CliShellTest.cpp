@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "CliTestSupport.h"
+
+namespace vantor {
+namespace {
+
+using nlohmann::json;
+using test::runVantor;
+using test::slurp;
+using test::TempFolder;
+
+std::string newProject(const TempFolder& dir, const std::string& name = "s.vpr") {
+  const std::string file = (dir / name).string();
+  EXPECT_EQ(runVantor({"new", file}).status, 0);
+  return file;
+}
+
+json info(const std::string& file) { return json::parse(runVantor({"info", file, "--json"}).out); }
+
+TEST(CliShell, ScriptOnStandardInputEditsUndoesAndSaves) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string script =
+      "track add midi Bass\n"
+      "track add audio \"Lead Vocal\"\n"
+      "part add 1 1.1.1.0 3.1.1.0 Intro\n"
+      "part add Bass 3.1.1.0 5.1.1.0\n"
+      "bogus line\n"                      // fails, the session goes on
+      "part add 9 1.1.1.0 2.1.1.0\n"      // no track 9
+      "rename 1:2 Verse\n"
+      "mute 1:1\n"
+      "color #102030 1:1\n"
+      "track color Bass 7\n"
+      "split 1:2 4.1.1.0\n"
+      "tempo 5.1.1.0 100\n"
+      "undo\n"                            // takes the tempo back
+      "history\n"
+      "save\n";
+  const auto r = runVantor({"shell", file}, script);
+  EXPECT_EQ(r.status, 1);  // two lines failed
+  EXPECT_NE(r.err.find("unknown command \"bogus\""), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("there is no track 9"), std::string::npos) << r.err;
+  EXPECT_NE(r.out.find("Undo Set Tempo"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("redo (newest first):\n  Set Tempo"), std::string::npos) << r.out;
+
+  const json j = info(file);
+  ASSERT_EQ(j["tracks"].size(), 2u);
+  EXPECT_EQ(j["tracks"][1]["name"], "Lead Vocal");
+  const json& parts = j["tracks"][0]["parts"];
+  ASSERT_EQ(parts.size(), 3u);  // Intro, and Verse split in two
+  EXPECT_EQ(parts[0]["name"], "Intro");
+  EXPECT_TRUE(parts[0]["muted"].get<bool>());
+  EXPECT_EQ(parts[0]["color"], 0x102030);
+  EXPECT_EQ(j["tracks"][0]["color"], 7);
+  EXPECT_EQ(parts[1]["name"], "Verse");
+  EXPECT_EQ(parts[1]["end"]["bars"], "4.1.1.0");
+  EXPECT_EQ(parts[2]["start"]["bars"], "4.1.1.0");
+  EXPECT_EQ(parts[2]["offset"].get<double>(), 1920.0);  // the right half plays on
+  EXPECT_EQ(j["tempo"]["events"].size(), 1u);
+}
+
+TEST(CliShell, UndoingEveryEditGivesBackTheOriginalBytes) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string original = slurp(file);
+  const std::string script =
+      "track add midi A\ntrack add folder F\ntrack add audio B\n"
+      "part add 1 1.1.1.0 2.1.1.0 p\npart add 1 1.1.1.0 2.1.1.0 q\nevent add 1:1 1.1.1.0 1.2.1.0 e\n"
+      "move 1:2 3.1.1.0 3\nnudge 240 1:1\nsize 1:1 end 2.3.1.0\nsize 1:1 offset 120\n"
+      "lock 1:1\nsize 1:1 start 1.2.1.0\nunlock 1:1\ncolor 5 1:1\ntrack color 1 #FF8000\n"
+      "track move 3 1\ntrack rename 2 Folder\ngroup create G 1:1 2:1\n"
+      "tempo 2.1.1.0 90 ramp\ntempo type 2.1.1.0 jump\nsignature 3.1.1.0 7/8\n"
+      "marker add 2.1.1.0 Chorus\nmarker add 4.1.1.0 Bridge 6.1.1.0\nmarker id 1 2\nmarker rename 2 Refrain\n"
+      "marker move 1 5.1.1.0\nmarker remove 2\ntrack remove 3\n"
+      "undo 1000\nsave\n";
+  const auto r = runVantor({"shell", file}, script);
+  EXPECT_EQ(r.status, 1) << r.err;  // "size 1:1 start" fails on the locked part
+  EXPECT_NE(r.err.find("locked"), std::string::npos) << r.err;
+  EXPECT_EQ(slurp(file), original);
+}
+
+TEST(CliShell, EditSavesOnlyWhenEveryLineSucceeds) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string before = slurp(file);
+  const auto failed = runVantor({"edit", file, "-e", "track add midi X", "-e", "part add 7 1 2"});
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_NE(failed.err.find("nothing was saved"), std::string::npos);
+  EXPECT_EQ(slurp(file), before);
+
+  const auto ok = runVantor({"edit", file, "-e", "track add midi X", "-e", "part add 1 1.1.1.0 2.1.1.0 P"});
+  ASSERT_EQ(ok.status, 0) << ok.err;
+  const json j = info(file);
+  ASSERT_EQ(j["tracks"].size(), 1u);
+  EXPECT_EQ(j["tracks"][0]["parts"][0]["name"], "P");
+}
+
+TEST(CliShell, BadLinesChangeNothing) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string lines[] = {
+      "track add kazoo",         "track remove 5",        "part add 1 2.1.1.0 1.1.1.0", "rename 1:1",
+      "size 1:1 width 3",        "tempo 1.1.1.0 -5",      "signature 1.1.1.0 0/4",      "marker move 3 1.1.1.0",
+      "undo 0",                  "redo",                  "rename \"unclosed",          "split 1:1 9.1.1.0",
+      "locators 5.1.1.0 1.1.1.0", "cycle maybe",          "group remove 1",             "help nothing",
+  };
+  std::string script = "track add midi T\npart add 1 1.1.1.0 2.1.1.0\nsave\n";
+  for (const std::string& line : lines) script += line + "\n";
+  (void)runVantor({"shell", file}, "track add midi T\npart add 1 1.1.1.0 2.1.1.0\nsave\n");
+  const std::string fresh = newProject(dir, "t.vpr");
+  const auto r = runVantor({"shell", fresh}, script);
+  EXPECT_EQ(r.status, 1);
+  // Each bad line reported one error.
+  size_t errors = 0;
+  for (size_t at = r.err.find("error: "); at != std::string::npos; at = r.err.find("error: ", at + 1)) ++errors;
+  EXPECT_EQ(errors, std::size(lines)) << r.err;
+  // The saved state is the state after the good lines, unchanged by the rest.
+  const json a = info(file);
+  const json b = info(fresh);
+  EXPECT_EQ(a["tracks"], b["tracks"]);
+  EXPECT_EQ(a["tempo"], b["tempo"]);
+  EXPECT_EQ(a["signatures"], b["signatures"]);
+}
+
+TEST(CliShell, HelpListsTheLanguage) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const auto r = runVantor({"shell", file}, "help\nhelp track add\nquit\nthis line is never read\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  for (const char* verb : {"track add", "part add", "split", "nudge", "tempo", "signature", "marker add",
+                           "locators", "cycle", "undo", "redo", "history", "save as", "group create"}) {
+    EXPECT_NE(r.out.find("  " + std::string(verb)), std::string::npos) << verb;
+  }
+}
+
+}  // namespace
+}  // namespace vantor
