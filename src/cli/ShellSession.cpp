@@ -123,13 +123,9 @@ bool ShellSession::fail(const std::string& message) {
 }
 
 bool ShellSession::perform(FRef<MCommand> command, const std::string& description) {
+  // The history takes the root's write lock around the edit.
   MRoot* root = document_.arrangement()->getRoot();
-  bool ok = false;
-  {
-    MRootUpdater::WriteGuard guard(root->getUpdater());
-    ok = history_.perform(std::move(command), root, description);
-  }
-  if (!ok) return fail("the edit could not be made (locked, read-only or out of range)");
+  if (!history_.perform(std::move(command), root, description)) return fail("the edit could not be made (locked, read-only or out of range)");
   noteChange();
   return true;
 }

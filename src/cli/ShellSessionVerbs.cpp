@@ -4,8 +4,6 @@
 
 #include "cli/ShellSession.h"
 #include "document/PDocument.h"
-#include "model/MRoot.h"
-#include "document/PArrangement.h"
 
 namespace vantor::cli {
 
@@ -40,15 +38,10 @@ ShellHandler stepVerb(bool isUndo) {
     }
     GUndoManager& h = s.history();
     if (isUndo ? !h.canUndo() : !h.canRedo()) return s.fail(isUndo ? "nothing to undo" : "nothing to redo");
-    MRoot* root = s.document().arrangement()->getRoot();
     for (long i = 0; i < count && (isUndo ? h.canUndo() : h.canRedo()); ++i) {
       const std::string text = isUndo ? h.undoText() : h.redoText();
-      bool ok = false;
-      {
-        MRootUpdater::WriteGuard guard(root->getUpdater());
-        ok = isUndo ? h.undo() : h.redo();
-      }
-      if (!ok) return s.fail(text + " failed");
+      // The history takes the root's write lock around each step.
+      if (!(isUndo ? h.undo() : h.redo())) return s.fail(text + " failed");
       s.out() << text << '\n';
       s.noteChange();
     }
