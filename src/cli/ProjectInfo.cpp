@@ -15,6 +15,7 @@
 #include "model/MTempoTrack.h"
 #include "model/MTimeSignatureEvent.h"
 #include "model/MTrackEvent.h"
+#include "model/MTrackList.h"
 #include "model/MTransport.h"
 
 namespace vantor::cli {
@@ -67,8 +68,12 @@ json describeTracks(const MProject& project, const Clock& clock) {
                          {"locked", e->isLocked()}});
       }
     }
-    tracks.push_back({{"number", i + 1}, {"kind", trackKind(t)}, {"name", t.getName()}, {"parts", parts},
-                      {"muted", t.isMuted()}, {"color", t.getAttribute(MTrackAttribute::kColor)}});
+    json track = {{"number", i + 1}, {"kind", trackKind(t)}, {"name", t.getName()}, {"parts", parts},
+                  {"muted", t.isMuted()}, {"color", t.getAttribute(MTrackAttribute::kColor)}};
+    if (const auto* folder = dynamic_cast<const MFolderTrack*>(&t); folder != nullptr && folder->getTrackList()) {
+      track["tracksInside"] = folder->getTrackList()->count();
+    }
+    tracks.push_back(std::move(track));
   }
   return tracks;
 }
@@ -143,7 +148,12 @@ void printProject(std::ostream& out, const json& info) {
   out << "Tracks: " << info["tracks"].size() << '\n';
   for (const json& t : info["tracks"]) {
     out << "  " << t["number"].get<int>() << ". " << t["kind"].get<std::string>() << " \""
-        << t["name"].get<std::string>() << "\", " << t["parts"].size() << " parts\n";
+        << t["name"].get<std::string>() << "\", ";
+    if (t.contains("tracksInside")) {
+      out << t["tracksInside"].get<size_t>() << " tracks inside\n";
+    } else {
+      out << t["parts"].size() << " parts\n";
+    }
     for (const json& p : t["parts"]) {
       out << "      \"" << p["name"].get<std::string>() << "\" " << p["start"]["bars"].get<std::string>() << " - "
           << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
