@@ -7,6 +7,8 @@
 #include "foundation/FObjectArchive.h"
 #include "model/MEventController.h"
 #include "model/MRoot.h"
+#include "model/MSignatureTrack.h"
+#include "model/MTempoTrack.h"
 #include "model/MVirtualGroup.h"
 
 namespace vantor {
@@ -167,6 +169,14 @@ void MProject::placeTrack(MTrackEvent* track) {
   if (track != nullptr) track->setParent(this);
 }
 
+MTempoTrackNode* MProject::getTempoNode() const {
+  return tempo_ ? dynamic_cast<MTempoTrackNode*>(tempo_->getNode()) : nullptr;
+}
+
+MSignatureTrackNode* MProject::getSignatureNode() const {
+  return signature_ ? dynamic_cast<MSignatureTrackNode*>(signature_->getNode()) : nullptr;
+}
+
 void MProject::setMarkerTrack(FRef<MMarkerTrackEvent> track) {
   marker_ = std::move(track);
   placeTrack(marker_.get());
@@ -313,6 +323,13 @@ bool MProject::readMembers(FObjectArchive& archive) {
     const bool isRoot = dynamic_cast<MRoot*>(event) != nullptr;
     event->release();
     if (!isRoot) return false;
+  }
+  // Every project has its marker, tempo and signature tracks, with content of
+  // their kinds; everything that converts time relies on them.
+  if (!marker || !tempo || !signature || marker->getNode() == nullptr || marker->getNode()->events() == nullptr ||
+      dynamic_cast<MTempoTrackNode*>(tempo->getNode()) == nullptr ||
+      dynamic_cast<MSignatureTrackNode*>(signature->getNode()) == nullptr) {
+    return false;
   }
   pool_ = std::move(pool);
   setMarkerTrack(std::move(marker));

@@ -47,6 +47,8 @@
 namespace vantor {
 
 class MRoot;
+class MSignatureTrackNode;
+class MTempoTrackNode;
 
 // Resolves event IDs to events. IDs are given from a counter that stays
 // above every ID in the table, so new entries append in ID order and a
@@ -105,6 +107,11 @@ class MProject : public MListNode {
   MMarkerTrackEvent* getMarkerTrack() const { return marker_.get(); }
   MTempoTrackEvent* getTempoTrack() const { return tempo_.get(); }
   MSignatureTrackEvent* getSignatureTrack() const { return signature_.get(); }
+  // The tempo and signature maps (the nodes of those tracks). Never null in
+  // a project made by createNew() or read from a file, which is refused
+  // without them; null only in a bare project node.
+  MTempoTrackNode* getTempoNode() const;
+  MSignatureTrackNode* getSignatureNode() const;
   void setMarkerTrack(FRef<MMarkerTrackEvent> track);
   void setTempoTrack(FRef<MTempoTrackEvent> track);
   void setSignatureTrack(FRef<MSignatureTrackEvent> track);

@@ -9,6 +9,7 @@
 #include "TreeTestSupport.h"
 #include "model/MProject.h"
 #include "model/MRoot.h"
+#include "model/MTempoTrack.h"
 
 namespace vantor {
 namespace {
@@ -81,6 +82,31 @@ TEST_F(TreeDamage, RandomByteFlipsNeverCrash) {
   }
   // Flips in names and values leave many archives readable.
   EXPECT_GT(read, 0);
+}
+
+TEST_F(TreeDamage, ProjectWithoutItsTimeTracksIsRefused) {
+  // A damaged file may lose the tempo or signature track, or give it content
+  // of another kind; everything that converts time relies on them.
+  struct Case {
+    const char* what;
+    void (*damage)(MProject&);
+  } cases[] = {
+      {"no tempo track", [](MProject& p) { p.setTempoTrack(nullptr); }},
+      {"no signature track", [](MProject& p) { p.setSignatureTrack(nullptr); }},
+      {"tempo track with a plain list", [](MProject& p) { p.getTempoTrack()->setNode(makeRef<MListNode>()); }},
+      {"signature track with tempo content",
+       [](MProject& p) { p.getSignatureTrack()->setNode(FRef<MDataNode>::share(p.getTempoNode())); }},
+  };
+  for (const Case& c : cases) {
+    FRef<MRoot> root = MProject::createNew();
+    ASSERT_NE(root->getProject()->getTempoNode(), nullptr);
+    c.damage(*root->getProject());
+    bool ok = false;
+    FRef<CmObject> read = loadArchive(saveArchive(root.get()), &ok);
+    auto* readRoot = dynamic_cast<MRoot*>(read.get());
+    // The project record is refused: no root with a project comes back.
+    EXPECT_TRUE(readRoot == nullptr || readRoot->getProject() == nullptr) << c.what;
+  }
 }
 
 }  // namespace
