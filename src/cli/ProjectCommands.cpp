@@ -1,12 +1,12 @@
 #include "cli/ProjectCommands.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <ostream>
 #include <sstream>
 
 #include "cli/ProjectInfo.h"
+#include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "document/PDocument.h"
 #include "model/MPosition.h"
@@ -23,11 +23,6 @@ namespace {
 
 using nlohmann::json;
 
-MTempoTrackNode& tempoOf(MProject& p) { return *static_cast<MTempoTrackNode*>(p.getTempoTrack()->getNode()); }
-MSignatureTrackNode& signaturesOf(MProject& p) {
-  return *static_cast<MSignatureTrackNode*>(p.getSignatureTrack()->getNode());
-}
-
 bool refuseExisting(CliContext& context, const std::string& path, bool force) {
   if (force || !std::filesystem::exists(path)) return false;
   context.messages.report(FUserMessages::Severity::kError,
@@ -37,15 +32,11 @@ bool refuseExisting(CliContext& context, const std::string& path, bool force) {
 
 int runNew(CliContext& context, const std::string& path, double bpm, const std::string& signature, bool force) {
   if (refuseExisting(context, path, force)) return kExitDataError;
-  unsigned numerator = 4;
-  unsigned denominator = 4;
-  char slash = 0;
-  int consumed = 0;
-  if (std::sscanf(signature.c_str(), "%u%c%u%n", &numerator, &slash, &denominator, &consumed) != 3 ||
-      slash != '/' || consumed != static_cast<int>(signature.size()) || numerator < 1 || numerator > 255 ||
-      denominator < 1 || denominator > 1920) {
-    context.messages.report(FUserMessages::Severity::kError,
-                            "bad signature \"" + signature + "\" (N/D, like 3/4)");
+  uint16_t numerator = 4;
+  uint16_t denominator = 4;
+  std::string error;
+  if (!parseSignature(signature, &numerator, &denominator, &error)) {
+    context.messages.report(FUserMessages::Severity::kError, error);
     return kExitUsage;
   }
   if (!(bpm >= 1 && bpm <= 999.99)) {
@@ -54,11 +45,10 @@ int runNew(CliContext& context, const std::string& path, double bpm, const std::
   }
   PDocument document(context.messages, context.preferences);
   MProject& project = *document.project();
-  MTempoTrackNode& tempo = tempoOf(project);
+  MTempoTrackNode& tempo = *project.getTempoNode();
   tempo.tempoEvent(0)->setBPM(bpm);
   tempo.tempoChanged();
-  signaturesOf(project).signature(0)->setSignature(static_cast<uint16_t>(numerator),
-                                                   static_cast<uint16_t>(denominator));
+  project.getSignatureNode()->signature(0)->setSignature(numerator, denominator);
   return document.save(path) ? kExitOk : kExitDataError;
 }
 
@@ -78,14 +68,14 @@ int runTime(CliContext& context, const std::string& path, const std::string& tex
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, path)) return kExitDataError;
   MProject& project = *document.project();
-  const MPosition positions(signaturesOf(project), tempoOf(project));
+  const MPosition positions(*project.getSignatureNode(), *project.getTempoNode());
   std::string error;
   const std::optional<double> pulses = positions.parse(text, &error);
   if (!pulses) {
     context.messages.report(FUserMessages::Severity::kError, error);
     return kExitDataError;
   }
-  const double seconds = tempoOf(project).secondsAt(*pulses);
+  const double seconds = project.getTempoNode()->secondsAt(*pulses);
   const std::string bars = positions.formatBars(*pulses).value_or("");
   const std::string time = positions.formatTime(*pulses).value_or("");
   if (asJson) {

@@ -32,20 +32,6 @@ struct Clock {
   }
 };
 
-std::string trackKind(const MTrackEvent& t) {
-  if (dynamic_cast<const MAudioTrackEvent*>(&t)) return "Audio";
-  if (dynamic_cast<const MMidiTrackEvent*>(&t)) return "MIDI";
-  if (dynamic_cast<const MFolderTrack*>(&t)) return "Folder";
-  if (dynamic_cast<const MMarkerTrackEvent*>(&t)) return "Marker";
-  if (dynamic_cast<const MVideoTrackEvent*>(&t)) return "Video";
-  if (auto* d = dynamic_cast<const MDeviceTrackEvent*>(&t)) {
-    if (d->getDeviceKind() == MDeviceKind::kGroupChannel) return "Group Channel";
-    if (d->getDeviceKind() == MDeviceKind::kMasterAutomation) return "Master Automation";
-    return "Device";
-  }
-  return t.getClassName();
-}
-
 json describeTracks(const MProject& project, const Clock& clock) {
   json tracks = json::array();
   const std::vector<MTrackEvent*> all = listTracks(project);
@@ -68,7 +54,7 @@ json describeTracks(const MProject& project, const Clock& clock) {
                          {"locked", e->isLocked()}});
       }
     }
-    json track = {{"number", i + 1}, {"kind", trackKind(t)}, {"name", t.getName()}, {"parts", parts},
+    json track = {{"number", i + 1}, {"kind", trackKindName(t)}, {"name", t.getName()}, {"parts", parts},
                   {"muted", t.isMuted()}, {"color", t.getAttribute(MTrackAttribute::kColor)}};
     if (const auto* folder = dynamic_cast<const MFolderTrack*>(&t); folder != nullptr && folder->getTrackList()) {
       track["tracksInside"] = folder->getTrackList()->count();
@@ -82,8 +68,8 @@ json describeTracks(const MProject& project, const Clock& clock) {
 
 json describeProject(const PDocument& document) {
   const MProject& project = *document.project();
-  const auto& tempo = *static_cast<const MTempoTrackNode*>(project.getTempoTrack()->getNode());
-  const auto& signatures = *static_cast<const MSignatureTrackNode*>(project.getSignatureTrack()->getNode());
+  const MTempoTrackNode& tempo = *project.getTempoNode();
+  const MSignatureTrackNode& signatures = *project.getSignatureNode();
   const MPosition positions(signatures, tempo);
   const Clock clock{positions};
 

@@ -32,24 +32,6 @@ std::string eventName(const MEvent& event) {
   return event.getNode() != nullptr ? event.getNode()->getName() : "";
 }
 
-std::string kindOf(const MTrackEvent& track) {
-  std::string name = track.getClassName();
-  // "MMidiTrackEvent" -> "MidiTrack" reads poorly; say the kind instead.
-  if (dynamic_cast<const MAudioTrackEvent*>(&track)) return "Audio";
-  if (dynamic_cast<const MMidiTrackEvent*>(&track)) return "MIDI";
-  if (dynamic_cast<const MFolderTrack*>(&track)) return "Folder";
-  if (dynamic_cast<const MMarkerTrackEvent*>(&track)) return "Marker";
-  if (dynamic_cast<const MVideoTrackEvent*>(&track)) return "Video";
-  if (auto* device = dynamic_cast<const MDeviceTrackEvent*>(&track)) {
-    switch (device->getDeviceKind()) {
-      case MDeviceKind::kGroupChannel: return "Group Channel";
-      case MDeviceKind::kMasterAutomation: return "Master Automation";
-      default: return "Device";
-    }
-  }
-  return name;
-}
-
 void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* node) {
   const std::vector<MEvent*> events = eventsOf(node);
   for (size_t i = 0; i < events.size(); ++i) {
@@ -72,7 +54,7 @@ bool listTracksVerb(ShellSession& s, const ShellArgs&) {
   if (tracks.empty()) s.out() << "no tracks\n";
   for (size_t i = 0; i < tracks.size(); ++i) {
     const MTrackEvent& t = *tracks[i];
-    s.out() << (i + 1) << "  " << kindOf(t) << "  \"" << t.getName() << "\"";
+    s.out() << (i + 1) << "  " << trackKindName(t) << "  \"" << t.getName() << "\"";
     const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
     if (folder != nullptr && folder->getTrackList() != nullptr) {
       s.out() << "  " << folder->getTrackList()->count() << " tracks";
@@ -118,7 +100,7 @@ bool listMarkers(ShellSession& s, const ShellArgs&) {
 }
 
 bool listTempo(ShellSession& s, const ShellArgs&) {
-  const auto* node = static_cast<const MTempoTrackNode*>(s.project().getTempoTrack()->getNode());
+  const MTempoTrackNode* node = s.project().getTempoNode();
   for (size_t i = 0; i < node->tempoCount(); ++i) {
     const MTempoEvent* e = node->tempoEvent(i);
     s.out() << bars(s, e->getStart()) << "  " << e->getBPM() << " BPM  "
@@ -129,7 +111,7 @@ bool listTempo(ShellSession& s, const ShellArgs&) {
 }
 
 bool listSignatures(ShellSession& s, const ShellArgs&) {
-  const auto* node = static_cast<const MSignatureTrackNode*>(s.project().getSignatureTrack()->getNode());
+  const MSignatureTrackNode* node = s.project().getSignatureNode();
   for (size_t i = 0; i < node->signatureCount(); ++i) {
     const MTimeSignatureEvent* e = node->signature(i);
     s.out() << bars(s, e->getStart()) << "  " << e->getNumerator() << '/' << e->getDenominator() << '\n';

@@ -1,6 +1,7 @@
 #include "cli/ShellReferences.h"
 
 #include <charconv>
+#include <string_view>
 
 #include "cli/ShellSession.h"
 #include "model/MEventContainer.h"
@@ -43,6 +44,39 @@ std::vector<MEvent*> eventsOf(const MDataNode* node) {
   if (container == nullptr) return events;
   for (const auto& event : *container) events.push_back(event.get());
   return events;
+}
+
+std::string trackKindName(const MTrackEvent& track) {
+  if (dynamic_cast<const MAudioTrackEvent*>(&track)) return "Audio";
+  if (dynamic_cast<const MMidiTrackEvent*>(&track)) return "MIDI";
+  if (dynamic_cast<const MFolderTrack*>(&track)) return "Folder";
+  if (dynamic_cast<const MMarkerTrackEvent*>(&track)) return "Marker";
+  if (dynamic_cast<const MVideoTrackEvent*>(&track)) return "Video";
+  if (const auto* device = dynamic_cast<const MDeviceTrackEvent*>(&track)) {
+    switch (device->getDeviceKind()) {
+      case MDeviceKind::kGroupChannel: return "Group Channel";
+      case MDeviceKind::kMasterAutomation: return "Master Automation";
+      default: return "Device";
+    }
+  }
+  return track.getClassName();
+}
+
+bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error) {
+  const size_t slash = text.find('/');
+  const auto number = [](std::string_view digits, unsigned max, uint16_t* out) {
+    unsigned value = 0;
+    const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (ec != std::errc() || end != digits.data() + digits.size() || value < 1 || value > max) return false;
+    *out = static_cast<uint16_t>(value);
+    return true;
+  };
+  if (slash == std::string::npos || !number(std::string_view(text).substr(0, slash), 255, numerator) ||
+      !number(std::string_view(text).substr(slash + 1), 1920, denominator)) {
+    *error = "bad signature \"" + text + "\" (N/D like 3/4: N from 1 to 255, D from 1 to 1920)";
+    return false;
+  }
+  return true;
 }
 
 std::vector<std::string> splitReference(const std::string& text) {

@@ -4,6 +4,7 @@
 // as TRACK:N and events inside parts as TRACK:N:M, counted from 1 in start
 // order.
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,12 @@ namespace vantor::cli {
 std::vector<MTrackEvent*> listTracks(const MProject& project);
 // The events a node holds, in its order (empty for a node without events).
 std::vector<MEvent*> eventsOf(const MDataNode* node);
+// The kind of a track as users name it: "Audio", "MIDI", "Folder", "Marker",
+// "Video", "Group Channel", "Master Automation", "Device".
+std::string trackKindName(const MTrackEvent& track);
+// A time signature typed as "N/D" (numerator 1 to 255, denominator 1 to
+// 1920); false with a message in *error for other text.
+bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error);
 // Splits "a:b:c" at the colons.
 std::vector<std::string> splitReference(const std::string& text);
 

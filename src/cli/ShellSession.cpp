@@ -78,9 +78,7 @@ MTransport& ShellSession::transport() { return *document_.arrangement()->getTran
 const MPosition& ShellSession::positions() {
   // The tracks are fixed for the life of the project, so one reader serves.
   if (!positions_) {
-    MProject& p = project();
-    positions_ = std::make_unique<MPosition>(*static_cast<MSignatureTrackNode*>(p.getSignatureTrack()->getNode()),
-                                             *static_cast<MTempoTrackNode*>(p.getTempoTrack()->getNode()));
+    positions_ = std::make_unique<MPosition>(*project().getSignatureNode(), *project().getTempoNode());
   }
   return *positions_;
 }

@@ -3,6 +3,7 @@
 
 #include <charconv>
 
+#include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "model/MCommand.h"
 #include "model/MProject.h"
@@ -18,13 +19,8 @@ namespace vantor::cli {
 
 namespace {
 
-MTempoTrackNode& tempoNode(ShellSession& s) {
-  return *static_cast<MTempoTrackNode*>(s.project().getTempoTrack()->getNode());
-}
-
-MSignatureTrackNode& signatureNode(ShellSession& s) {
-  return *static_cast<MSignatureTrackNode*>(s.project().getSignatureTrack()->getNode());
-}
+MTempoTrackNode& tempoNode(ShellSession& s) { return *s.project().getTempoNode(); }
+MSignatureTrackNode& signatureNode(ShellSession& s) { return *s.project().getSignatureNode(); }
 
 std::optional<int32_t> tempoFunction(ShellSession& s, const std::string& word) {
   if (word == "jump") return MTempoFunc::kJump;
@@ -79,15 +75,9 @@ bool setSignature(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 2) return s.fail("usage: signature POSITION N/D");
   auto at = s.position(a[0]);
   if (!at) return false;
-  const size_t slash = a[1].find('/');
   MSignatureValues values;
-  auto n = s.integer(a[1].substr(0, slash), 1, 255, "numerator");
-  if (!n) return false;
-  if (slash == std::string::npos) return s.fail("a signature is written N/D, like 3/4");
-  auto d = s.integer(a[1].substr(slash + 1), 1, 1920, "denominator");
-  if (!d) return false;
-  values.numerator = static_cast<uint16_t>(*n);
-  values.denominator = static_cast<uint16_t>(*d);
+  std::string error;
+  if (!parseSignature(a[1], &values.numerator, &values.denominator, &error)) return s.fail(error);
   return s.perform(makeRef<MTimeSignatureCommand>(FRef<MSignatureTrackNode>::share(&signatureNode(s)),
                                                   static_cast<int32_t>(*at + 0.5), values));
 }
