@@ -95,8 +95,8 @@ std::vector<uint8_t> written() {
 }
 
 void setCounters(benchmark::State& state, size_t bytes) {
-  state.counters["objects/s"] = benchmark::Counter(static_cast<double>(kObjects) * state.iterations(),
-                                                   benchmark::Counter::kIsRate);
+  state.counters["objects/s"] =
+      benchmark::Counter(static_cast<double>(kObjects) * state.iterations(), benchmark::Counter::kIsRate);
   state.SetBytesProcessed(static_cast<int64_t>(bytes) * state.iterations());
 }
 

@@ -17,10 +17,10 @@
 #include "document/PDocumentInit.h"
 #include "document/PPreferences.h"
 #include "foundation/FUserMessages.h"
-#include "model/MEventContainer.h"
-#include "model/MPartEvent.h"
-#include "model/MProject.h"
-#include "model/MTrackEvent.h"
+#include "model/tree/MEventContainer.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
 
 namespace vantor {
 namespace {
@@ -72,8 +72,8 @@ void ProjectSave(benchmark::State& state) {
   for (auto _ : state) {
     if (!document.save(projectPath())) state.SkipWithError("save failed");
   }
-  state.counters["events/s"] =
-      benchmark::Counter(static_cast<double>(kTracks) * kEventsPerTrack * state.iterations(), benchmark::Counter::kIsRate);
+  state.counters["events/s"] = benchmark::Counter(static_cast<double>(kTracks) * kEventsPerTrack * state.iterations(),
+                                                  benchmark::Counter::kIsRate);
   state.counters["file MB"] = static_cast<double>(std::filesystem::file_size(projectPath())) / 1e6;
   state.counters["peak MB"] = peakMegabytes();
 }
@@ -91,8 +91,8 @@ void ProjectOpen(benchmark::State& state) {
     if (!document.open(projectPath())) state.SkipWithError("open failed");
     benchmark::DoNotOptimize(document.project());
   }
-  state.counters["events/s"] =
-      benchmark::Counter(static_cast<double>(kTracks) * kEventsPerTrack * state.iterations(), benchmark::Counter::kIsRate);
+  state.counters["events/s"] = benchmark::Counter(static_cast<double>(kTracks) * kEventsPerTrack * state.iterations(),
+                                                  benchmark::Counter::kIsRate);
   state.counters["peak MB"] = peakMegabytes();
 }
 
@@ -111,15 +111,15 @@ void PeerCborSaveAndOpen(benchmark::State& state) {
   const std::string path = projectPath() + ".cbor";
   for (auto _ : state) {
     const std::vector<uint8_t> bytes = nlohmann::json::to_cbor(project);
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     std::ifstream in(path, std::ios::binary);
     const std::vector<uint8_t> back((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     benchmark::DoNotOptimize(nlohmann::json::from_cbor(back).size());
   }
   std::filesystem::remove(path);
-  state.counters["events/s"] =
-      benchmark::Counter(static_cast<double>(kTracks) * kEventsPerTrack * state.iterations(), benchmark::Counter::kIsRate);
+  state.counters["events/s"] = benchmark::Counter(static_cast<double>(kTracks) * kEventsPerTrack * state.iterations(),
+                                                  benchmark::Counter::kIsRate);
 }
 
 BENCHMARK(ProjectSave)->Unit(benchmark::kMillisecond)->Iterations(3);

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "model/MModelInit.h"
-#include "model/MTempoTrack.h"
+#include "model/time/MTempoTrack.h"
 
 namespace vantor {
 namespace {

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "foundation/FClock.h"
-#include "model/GUndoManager.h"
-#include "model/MArrayNode.h"
-#include "model/MCommand.h"
 #include "model/MModelInit.h"
-#include "model/MSizeCommand.h"
+#include "model/edit/MSizeCommand.h"
+#include "model/tree/MArrayNode.h"
+#include "model/undo/GUndoManager.h"
+#include "model/undo/MCommand.h"
 
 namespace vantor {
 namespace {

@@ -1,14 +1,26 @@
 # vantor_add_layer(<layer> [DEPENDS <target>...] [OPTIONAL_DEPENDS <target>...])
 #
 # Makes the library target vantor_<layer> from the *.cpp files of the calling
-# folder. Every layer sees headers from src/ ("model/MEvent.h"); what it may
-# link is exactly what DEPENDS names, so a layer that reaches upward fails to
-# link. OPTIONAL_DEPENDS are layers that may not exist yet (midi, audio, ...):
+# folder and its sub-folders. Includes are written from src/ ("model/tree/MEvent.h"),
+# but a layer does not see all of src/: its include path is a folder of the
+# build tree holding one link, <layer> -> src/<layer>, and it sees the layers
+# below only through the include paths of the targets it links. An upward
+# include therefore fails to compile, and an upward call fails to link. OPTIONAL_DEPENDS are layers that may not exist yet (midi, audio, ...):
 # they are linked when their target is there.
 #
 # A layer without sources yet becomes an INTERFACE library, so the layers
 # above it configure and link already; the CONFIGURE_DEPENDS glob turns it
 # into a static library on the next build after its first source appears.
+# Sets out_var to a build-tree folder that holds only the link <layer> -> src/<layer>.
+function(vantor_layer_include_dir layer out_var)
+  set(dir "${PROJECT_BINARY_DIR}/include/${layer}")
+  if(NOT EXISTS "${dir}/${layer}")
+    file(MAKE_DIRECTORY "${dir}")
+    file(CREATE_LINK "${PROJECT_SOURCE_DIR}/src/${layer}" "${dir}/${layer}" SYMBOLIC)
+  endif()
+  set(${out_var} "${dir}" PARENT_SCOPE)
+endfunction()
+
 function(vantor_add_layer layer)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS;OPTIONAL_DEPENDS")
   set(target vantor_${layer})
@@ -20,7 +32,7 @@ function(vantor_add_layer layer)
     endif()
   endforeach()
 
-  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   if(sources)
     add_library(${target} STATIC ${sources})
     target_link_libraries(${target} PRIVATE vantor_warnings)
@@ -30,7 +42,8 @@ function(vantor_add_layer layer)
     set(scope INTERFACE)
   endif()
 
-  target_include_directories(${target} ${scope} "${PROJECT_SOURCE_DIR}/src")
+  vantor_layer_include_dir(${layer} include_dir)
+  target_include_directories(${target} ${scope} "${include_dir}")
   target_compile_features(${target} ${scope} cxx_std_20)
   target_link_libraries(${target} ${scope} ${deps})
 endfunction()

@@ -4,8 +4,8 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ pkg-config
-  libgtest-dev libgmock-dev libbenchmark-dev
+  cmake ninja-build g++
+  libgtest-dev libbenchmark-dev
   clang libclang-rt-14-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
   python3

@@ -5,13 +5,13 @@
 #include <iostream>
 #include <ostream>
 
-#include "cli/CliContext.h"
 #include "cli/ClassesCommand.h"
+#include "cli/CliContext.h"
 #include "cli/DumpCommand.h"
 #include "cli/ProjectCommands.h"
 #include "cli/ShellCommand.h"
-#include "model/GUndoManager.h"
 #include "document/PDocumentInit.h"
+#include "model/undo/GUndoManager.h"
 
 namespace vantor::cli {
 
@@ -23,15 +23,16 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   GUndoManager::applyMaximumUndo(static_cast<int>(context.preferences.getInt("Maximum Undo")));
   CLI::App app{"Vantor: build, inspect and edit multitrack projects", "vantor"};
   app.require_subcommand(1);
-  app.add_flag_callback("-v,--verbose", [&context] { context.messages.setVerbose(true); },
-                        "Show progress and information messages");
+  app.add_flag_callback(
+      "-v,--verbose", [&context] { context.messages.setVerbose(true); }, "Show progress and information messages");
   // Settings for this run only, never saved: --pref "Maximum Undo=50".
   app.add_option_function<std::vector<std::string>>(
          "--pref",
          [&context](const std::vector<std::string>& settings) {
            for (const std::string& setting : settings) {
              const size_t eq = setting.find('=');
-             if (eq == std::string::npos || !context.preferences.override(setting.substr(0, eq), setting.substr(eq + 1))) {
+             if (eq == std::string::npos ||
+                 !context.preferences.override(setting.substr(0, eq), setting.substr(eq + 1))) {
                throw CLI::ValidationError("--pref", "bad setting \"" + setting + "\" (KEY=VALUE)");
              }
            }

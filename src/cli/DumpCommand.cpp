@@ -6,10 +6,10 @@
 #include <ostream>
 #include <sstream>
 
+#include "document/PDocumentMessages.h"
 #include "foundation/FFileStream.h"
 #include "foundation/FObjectArchive.h"
 #include "foundation/FProjectContainer.h"
-#include "document/PDocumentMessages.h"
 
 namespace vantor::cli {
 
@@ -27,7 +27,9 @@ class RecordTree : public FArchiveTrace {
     header = {{"magic", magic}, {"magicText", fourCCText(magic)}, {"totalLength", totalLength}};
     json table = json::array();
     for (size_t i = 0; i < classes.size(); ++i) {
-      table.push_back({{"index", i}, {"name", classes[i].name}, {"firstSize", classes[i].firstSize},
+      table.push_back({{"index", i},
+                       {"name", classes[i].name},
+                       {"firstSize", classes[i].firstSize},
                        {"version", classes[i].version}});
     }
     header["classes"] = std::move(table);
@@ -78,15 +80,14 @@ void printRecords(std::ostream& out, const json& items, int depth) {
 
 void printHuman(std::ostream& out, const json& dump) {
   for (const json& root : dump["roots"]) {
-    out << "Root \"" << root["name"].get<std::string>() << "\" " << root["className"].get<std::string>()
-        << ", archive " << root["archiveSize"].get<uint32_t>() << " bytes\n";
+    out << "Root \"" << root["name"].get<std::string>() << "\" " << root["className"].get<std::string>() << ", archive "
+        << root["archiveSize"].get<uint32_t>() << " bytes\n";
     const json& header = root["header"];
     out << "  magic " << header["magicText"].get<std::string>() << ", total length "
         << header["totalLength"].get<uint32_t>() << ", " << header["classes"].size() << " classes\n";
     for (const json& cls : header["classes"]) {
-      out << "    [" << cls["index"].get<size_t>() << "] \"" << cls["name"].get<std::string>()
-          << "\" first size " << cls["firstSize"].get<int32_t>() << ", version " << cls["version"].get<int>()
-          << '\n';
+      out << "    [" << cls["index"].get<size_t>() << "] \"" << cls["name"].get<std::string>() << "\" first size "
+          << cls["firstSize"].get<int32_t>() << ", version " << cls["version"].get<int>() << '\n';
     }
     printRecords(out, root["records"], 1);
   }
@@ -110,8 +111,10 @@ int runDump(CliContext& context, const std::string& path, bool asJson) {
     bool ok = false;
     FRef<CmObject> object = reader.readRoot(root.name, &ok, &tree);
     if (!ok) return invalid();
-    dump["roots"].push_back({{"name", root.name}, {"className", root.className},
-                             {"archiveSize", root.archiveLength}, {"header", tree.header},
+    dump["roots"].push_back({{"name", root.name},
+                             {"className", root.className},
+                             {"archiveSize", root.archiveLength},
+                             {"header", tree.header},
                              {"records", tree.root}});
   }
   if (asJson) {

@@ -9,13 +9,13 @@
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "document/PDocument.h"
-#include "model/MPosition.h"
-#include "model/MProject.h"
-#include "model/MSignatureTrack.h"
-#include "model/MTempoEvent.h"
-#include "model/MTempoTrack.h"
-#include "model/MTimeSignatureEvent.h"
-#include "model/MTrackEvent.h"
+#include "model/time/MPosition.h"
+#include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoEvent.h"
+#include "model/time/MTempoTrack.h"
+#include "model/time/MTimeSignatureEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
 
 namespace vantor::cli {
 

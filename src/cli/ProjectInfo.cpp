@@ -5,18 +5,18 @@
 #include "cli/ShellReferences.h"
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
-#include "model/MEventContainer.h"
-#include "model/MMarkerEvent.h"
-#include "model/MPartEvent.h"
-#include "model/MPosition.h"
-#include "model/MProject.h"
-#include "model/MSignatureTrack.h"
-#include "model/MTempoEvent.h"
-#include "model/MTempoTrack.h"
-#include "model/MTimeSignatureEvent.h"
-#include "model/MTrackEvent.h"
-#include "model/MTrackList.h"
-#include "model/MTransport.h"
+#include "model/markers/MMarkerEvent.h"
+#include "model/markers/MTransport.h"
+#include "model/time/MPosition.h"
+#include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoEvent.h"
+#include "model/time/MTempoTrack.h"
+#include "model/time/MTimeSignatureEvent.h"
+#include "model/tree/MEventContainer.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MTrackList.h"
 
 namespace vantor::cli {
 
@@ -27,7 +27,8 @@ using nlohmann::json;
 struct Clock {
   const MPosition& positions;
   json at(double pulses) const {
-    return {{"pulses", pulses}, {"bars", positions.formatBars(pulses).value_or("")},
+    return {{"pulses", pulses},
+            {"bars", positions.formatBars(pulses).value_or("")},
             {"time", positions.formatTime(pulses).value_or("")}};
   }
 };
@@ -54,8 +55,8 @@ json describeTracks(const MProject& project, const Clock& clock) {
                          {"locked", e->isLocked()}});
       }
     }
-    json track = {{"number", i + 1}, {"kind", trackKindName(t)}, {"name", t.getName()}, {"parts", parts},
-                  {"muted", t.isMuted()}, {"color", t.getAttribute(MTrackAttribute::kColor)}};
+    json track = {{"number", i + 1}, {"kind", trackKindName(t)}, {"name", t.getName()},
+                  {"parts", parts},  {"muted", t.isMuted()},     {"color", t.getAttribute(MTrackAttribute::kColor)}};
     if (const auto* folder = dynamic_cast<const MFolderTrack*>(&t); folder != nullptr && folder->getTrackList()) {
       track["tracksInside"] = folder->getTrackList()->count();
     }
@@ -76,8 +77,10 @@ json describeProject(const PDocument& document) {
   json info;
   info["file"] = document.path();
   const PAppVersion& version = document.fileVersion();
-  info["version"] = {{"application", version.applicationName()}, {"version", version.versionText()},
-                     {"buildDate", version.buildDate()}, {"revision", version.revision()}};
+  info["version"] = {{"application", version.applicationName()},
+                     {"version", version.versionText()},
+                     {"buildDate", version.buildDate()},
+                     {"revision", version.revision()}};
   json tempoEvents = json::array();
   for (size_t i = 0; i < tempo.tempoCount(); ++i) {
     const MTempoEvent* e = tempo.tempoEvent(i);
@@ -87,7 +90,8 @@ json describeProject(const PDocument& document) {
     entry["function"] = e->getFunc() == MTempoFunc::kRamp ? "ramp" : "jump";
     tempoEvents.push_back(std::move(entry));
   }
-  info["tempo"] = {{"events", tempoEvents}, {"rehearsalMode", tempo.isRehearsalMode()},
+  info["tempo"] = {{"events", tempoEvents},
+                   {"rehearsalMode", tempo.isRehearsalMode()},
                    {"rehearsalTempo", tempo.getRehearsalTempo()}};
   json signatureEvents = json::array();
   for (size_t i = 0; i < signatures.signatureCount(); ++i) {
@@ -103,8 +107,11 @@ json describeProject(const PDocument& document) {
   for (MEvent* e : eventsOf(project.getMarkerTrack()->getNode())) {
     const auto* m = dynamic_cast<const MMarkerEvent*>(e);
     if (m == nullptr) continue;
-    markers.push_back({{"id", m->getMarkerID()}, {"name", m->getName()}, {"start", clock.at(m->getStart())},
-                       {"length", m->getLength()}, {"locator", dynamic_cast<const MCycleEvent*>(m) != nullptr}});
+    markers.push_back({{"id", m->getMarkerID()},
+                       {"name", m->getName()},
+                       {"start", clock.at(m->getStart())},
+                       {"length", m->getLength()},
+                       {"locator", dynamic_cast<const MCycleEvent*>(m) != nullptr}});
   }
   info["markers"] = markers;
   if (const MTransport* transport = document.arrangement()->getTransport()) {
@@ -156,8 +163,7 @@ void printProject(std::ostream& out, const json& info) {
         << info["locators"]["right"]["bars"].get<std::string>() << ", cycle "
         << (info["locators"]["cycle"].get<bool>() ? "on" : "off") << '\n';
   }
-  out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty")
-      << '\n';
+  out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty") << '\n';
 }
 
 }  // namespace vantor::cli

@@ -42,8 +42,7 @@ int runEdit(CliContext& context, const std::string& path, const std::vector<std:
   ShellSession session(context, document, FSystemClock::instance());
   for (const std::string& line : lines) {
     if (!session.execute(line)) {
-      context.messages.report(FUserMessages::Severity::kError,
-                              "nothing was saved: \"" + line + "\" failed");
+      context.messages.report(FUserMessages::Severity::kError, "nothing was saved: \"" + line + "\" failed");
       return kExitDataError;
     }
     if (session.wantsQuit()) break;

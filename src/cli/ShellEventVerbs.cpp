@@ -6,23 +6,22 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
-#include "model/MAttributeCommands.h"
-#include "model/MInsertCommand.h"
-#include "model/MMoveCommand.h"
-#include "model/MPartEvent.h"
-#include "model/MProject.h"
-#include "model/MSizeCommand.h"
-#include "model/MTrackEvent.h"
-#include "model/MVGroupCommands.h"
-#include "model/MVirtualGroup.h"
+#include "model/edit/MAttributeCommands.h"
+#include "model/edit/MInsertCommand.h"
+#include "model/edit/MMoveCommand.h"
+#include "model/edit/MSizeCommand.h"
+#include "model/edit/MVGroupCommands.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MVirtualGroup.h"
 
 namespace vantor::cli {
 
 namespace {
 
 // Events named by the references in args[first, end).
-std::optional<std::vector<FRef<MEvent>>> eventList(ShellSession& s, const ShellArgs& a, size_t first,
-                                                   size_t end) {
+std::optional<std::vector<FRef<MEvent>>> eventList(ShellSession& s, const ShellArgs& a, size_t first, size_t end) {
   std::vector<FRef<MEvent>> events;
   for (size_t i = first; i < end; ++i) {
     MEvent* e = s.event(a[i]);
@@ -193,13 +192,12 @@ void addEventVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"part add", "TRACK START END [NAME]", "add a part to a track", addPart});
   verbs.push_back({"event add", "PART START END [NAME]", "add an event (a part) inside a part", addEvent});
   verbs.push_back({"remove", "EVENT...", "remove parts or events", removeEvents});
-  verbs.push_back({"move", "EVENT POSITION [TRACK]", "move an event to POSITION, onto another track if given",
-                   moveEvent});
-  verbs.push_back({"nudge", "DELTA EVENT...", "move events by DELTA pulses (repeats unite into one undo)",
-                   nudgeEvents});
+  verbs.push_back(
+      {"move", "EVENT POSITION [TRACK]", "move an event to POSITION, onto another track if given", moveEvent});
+  verbs.push_back(
+      {"nudge", "DELTA EVENT...", "move events by DELTA pulses (repeats unite into one undo)", nudgeEvents});
   verbs.push_back({"size", "EVENT start|end|offset|length VALUE",
-                   "resize an event: start and end keep the content in place, offset shifts the content",
-                   sizeEvent});
+                   "resize an event: start and end keep the content in place, offset shifts the content", sizeEvent});
   verbs.push_back({"split", "EVENT POSITION", "split an event in two at POSITION", splitEvents});
   verbs.push_back({"mute", "EVENT...", "mute events", flagVerb(true, true)});
   verbs.push_back({"unmute", "EVENT...", "unmute events", flagVerb(true, false)});

@@ -5,18 +5,18 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
-#include "model/MEventContainer.h"
-#include "model/MMarkerEvent.h"
-#include "model/MPartEvent.h"
-#include "model/MPosition.h"
-#include "model/MProject.h"
-#include "model/MSignatureTrack.h"
-#include "model/MTempoEvent.h"
-#include "model/MTempoTrack.h"
-#include "model/MTimeSignatureEvent.h"
-#include "model/MTrackEvent.h"
-#include "model/MTransport.h"
-#include "model/MVirtualGroup.h"
+#include "model/markers/MMarkerEvent.h"
+#include "model/markers/MTransport.h"
+#include "model/time/MPosition.h"
+#include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoEvent.h"
+#include "model/time/MTempoTrack.h"
+#include "model/time/MTimeSignatureEvent.h"
+#include "model/tree/MEventContainer.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MVirtualGroup.h"
 
 namespace vantor::cli {
 
@@ -124,8 +124,8 @@ bool listGroupsVerb(ShellSession& s, const ShellArgs&) {
   if (groups.empty()) s.out() << "no groups\n";
   for (size_t i = 0; i < groups.size(); ++i) {
     const auto* group = dynamic_cast<const MVirtualGroup*>(groups[i]->getNode());
-    s.out() << (i + 1) << "  \"" << eventName(*groups[i]) << "\"  "
-            << (group != nullptr ? group->memberCount() : 0) << " members\n";
+    s.out() << (i + 1) << "  \"" << eventName(*groups[i]) << "\"  " << (group != nullptr ? group->memberCount() : 0)
+            << " members\n";
   }
   return true;
 }

@@ -3,13 +3,13 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
-#include "model/MInsertCommand.h"
-#include "model/MMarkerCommands.h"
-#include "model/MMarkerEvent.h"
-#include "model/MMoveCommand.h"
-#include "model/MProject.h"
-#include "model/MTrackEvent.h"
-#include "model/MTransport.h"
+#include "model/edit/MInsertCommand.h"
+#include "model/edit/MMoveCommand.h"
+#include "model/markers/MMarkerCommands.h"
+#include "model/markers/MMarkerEvent.h"
+#include "model/markers/MTransport.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
 
 namespace vantor::cli {
 
@@ -110,8 +110,8 @@ void addMarkerVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"marker locators", "", "add markers that hold the left and right locators", addLocatorMarkers});
   verbs.push_back({"marker move", "ID POSITION", "move a marker", moveMarker});
   verbs.push_back({"marker rename", "ID NAME", "rename a marker", renameMarker});
-  verbs.push_back({"marker id", "ID NEWID", "renumber a marker (a marker holding NEWID takes the old ID)",
-                   renumberMarker});
+  verbs.push_back(
+      {"marker id", "ID NEWID", "renumber a marker (a marker holding NEWID takes the old ID)", renumberMarker});
   verbs.push_back({"marker remove", "ID", "remove a marker", removeMarker});
 }
 

@@ -4,10 +4,10 @@
 #include <string_view>
 
 #include "cli/ShellSession.h"
-#include "model/MEventContainer.h"
-#include "model/MProject.h"
-#include "model/MTrackEvent.h"
-#include "model/MTrackList.h"
+#include "model/tree/MEventContainer.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MTrackList.h"
 
 namespace vantor::cli {
 
@@ -54,9 +54,12 @@ std::string trackKindName(const MTrackEvent& track) {
   if (dynamic_cast<const MVideoTrackEvent*>(&track)) return "Video";
   if (const auto* device = dynamic_cast<const MDeviceTrackEvent*>(&track)) {
     switch (device->getDeviceKind()) {
-      case MDeviceKind::kGroupChannel: return "Group Channel";
-      case MDeviceKind::kMasterAutomation: return "Master Automation";
-      default: return "Device";
+      case MDeviceKind::kGroupChannel:
+        return "Group Channel";
+      case MDeviceKind::kMasterAutomation:
+        return "Master Automation";
+      default:
+        return "Device";
     }
   }
   return track.getClassName();

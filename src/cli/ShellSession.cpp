@@ -5,17 +5,17 @@
 
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
-#include "model/MCommand.h"
-#include "model/MEventContainer.h"
-#include "model/MPartEvent.h"
-#include "model/MPosition.h"
-#include "model/MProject.h"
-#include "model/MRoot.h"
-#include "model/MSignatureTrack.h"
-#include "model/MTempoTrack.h"
-#include "model/MTrackEvent.h"
-#include "model/MTrackList.h"
-#include "model/MTransport.h"
+#include "model/markers/MTransport.h"
+#include "model/time/MPosition.h"
+#include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoTrack.h"
+#include "model/tree/MEventContainer.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MRoot.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MTrackList.h"
+#include "model/undo/MCommand.h"
 
 namespace vantor::cli {
 
@@ -123,7 +123,8 @@ bool ShellSession::fail(const std::string& message) {
 bool ShellSession::perform(FRef<MCommand> command, const std::string& description) {
   // The history takes the root's write lock around the edit.
   MRoot* root = document_.arrangement()->getRoot();
-  if (!history_.perform(std::move(command), root, description)) return fail("the edit could not be made (locked, read-only or out of range)");
+  if (!history_.perform(std::move(command), root, description))
+    return fail("the edit could not be made (locked, read-only or out of range)");
   noteChange();
   return true;
 }

@@ -24,7 +24,7 @@
 #include "cli/CliContext.h"
 #include "foundation/FClock.h"
 #include "foundation/FRef.h"
-#include "model/GUndoManager.h"
+#include "model/undo/GUndoManager.h"
 
 namespace vantor {
 class MCommand;
@@ -44,8 +44,8 @@ using ShellArgs = std::vector<std::string>;
 using ShellHandler = std::function<bool(ShellSession&, const ShellArgs&)>;
 
 struct ShellVerb {
-  std::string name;    // one or two words: "undo", "track add"
-  std::string usage;   // arguments after the name
+  std::string name;   // one or two words: "undo", "track add"
+  std::string usage;  // arguments after the name
   std::string summary;
   ShellHandler run;
 };

@@ -14,8 +14,7 @@ bool help(ShellSession& s, const ShellArgs& a) {
   bool shown = false;
   for (const ShellVerb& verb : s.verbs()) {
     if (!wanted.empty() && verb.name != wanted && verb.name.rfind(wanted + " ", 0) != 0) continue;
-    s.out() << "  " << verb.name << (verb.usage.empty() ? "" : " " + verb.usage) << "\n      " << verb.summary
-            << '\n';
+    s.out() << "  " << verb.name << (verb.usage.empty() ? "" : " " + verb.usage) << "\n      " << verb.summary << '\n';
     shown = true;
   }
   if (!shown) return s.fail("no command \"" + wanted + "\"");

@@ -5,15 +5,15 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
-#include "model/MCommand.h"
-#include "model/MProject.h"
-#include "model/MSignatureTrack.h"
-#include "model/MTempoCommands.h"
-#include "model/MTempoEvent.h"
-#include "model/MTempoTrack.h"
-#include "model/MTimeSignatureEvent.h"
-#include "model/MTrackEvent.h"
-#include "model/MTransport.h"
+#include "model/markers/MTransport.h"
+#include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoCommands.h"
+#include "model/time/MTempoEvent.h"
+#include "model/time/MTempoTrack.h"
+#include "model/time/MTimeSignatureEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/undo/MCommand.h"
 
 namespace vantor::cli {
 
@@ -53,8 +53,7 @@ bool setTempo(ShellSession& s, const ShellArgs& a) {
     return s.perform(set);
   }
   auto both = makeRef<MMacroCommand>("Set Tempo");
-  if (!both->add(set) ||
-      !both->add(makeRef<MTempoTypeCommand>(FRef<MTempoEvent>::share(existing), func))) {
+  if (!both->add(set) || !both->add(makeRef<MTempoTypeCommand>(FRef<MTempoEvent>::share(existing), func))) {
     return s.fail("the tempo could not be set");
   }
   return s.perform(both);

@@ -5,12 +5,12 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
-#include "model/MAttributeCommands.h"
-#include "model/MEventController.h"
-#include "model/MProject.h"
-#include "model/MTrackCommands.h"
-#include "model/MTrackEvent.h"
-#include "model/MTrackList.h"
+#include "model/edit/MAttributeCommands.h"
+#include "model/edit/MTrackCommands.h"
+#include "model/tree/MEventController.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MTrackList.h"
 
 namespace vantor::cli {
 
@@ -38,10 +38,10 @@ std::optional<int32_t> colour(ShellSession& session, const std::string& text) {
   if (text.size() == 7 && text[0] == '#') {
     int32_t value = 0;
     for (size_t i = 1; i < 7; ++i) {
-      const int digit = std::isxdigit(static_cast<unsigned char>(text[i]))
-                            ? (std::isdigit(static_cast<unsigned char>(text[i])) ? text[i] - '0'
-                                                                                  : std::tolower(text[i]) - 'a' + 10)
-                            : -1;
+      const int digit =
+          std::isxdigit(static_cast<unsigned char>(text[i]))
+              ? (std::isdigit(static_cast<unsigned char>(text[i])) ? text[i] - '0' : std::tolower(text[i]) - 'a' + 10)
+              : -1;
       if (digit < 0) {
         session.fail("bad colour \"" + text + "\" (a number or #RRGGBB)");
         return std::nullopt;
@@ -58,7 +58,8 @@ std::optional<int32_t> colour(ShellSession& session, const std::string& text) {
 bool addTrack(ShellSession& s, const ShellArgs& a) {
   if (a.empty() || a.size() > 3) return s.fail("usage: track add KIND [NAME] [POSITION]");
   const std::string kind = trackKind(a[0]);
-  if (kind.empty()) return s.fail("unknown track kind \"" + a[0] + "\" (audio, midi, marker, folder, video, group, master)");
+  if (kind.empty())
+    return s.fail("unknown track kind \"" + a[0] + "\" (audio, midi, marker, folder, video, group, master)");
   FRef<MTrackEvent> track = MProject::createTrack(kind, a.size() > 1 ? a[1] : kind);
   if (!track) return s.fail("the track could not be made");
   MTrackList* list = s.project().getTrackList();

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
+#include "document/PDocumentMessages.h"
 #include "document/PVersion.h"
 #include "foundation/FObjectArchive.h"
-#include "document/PDocumentMessages.h"
 #include "foundation/FUserMessages.h"
 
 #ifdef VANTOR_PROJECT_VERSION
@@ -16,8 +16,7 @@ namespace vantor {
 
 VANTOR_DEFINE_CLASS(PAppVersion, CmObject, 0)
 
-PAppVersion::PAppVersion(std::string applicationName, std::string versionText, std::string buildDate,
-                         int32_t revision)
+PAppVersion::PAppVersion(std::string applicationName, std::string versionText, std::string buildDate, int32_t revision)
     : applicationName_(std::move(applicationName)),
       versionText_(std::move(versionText)),
       buildDate_(std::move(buildDate)),

@@ -1,10 +1,10 @@
 #include "document/PArrangement.h"
 
 #include "foundation/FObjectArchive.h"
-#include "model/MEventContainer.h"
-#include "model/MMarkerEvent.h"
-#include "model/MProject.h"
-#include "model/MTempoTrack.h"
+#include "model/markers/MMarkerEvent.h"
+#include "model/time/MTempoTrack.h"
+#include "model/tree/MEventContainer.h"
+#include "model/tree/MProject.h"
 
 namespace vantor {
 
@@ -34,8 +34,8 @@ void PArrangement::linkTransport() {
     transport_->setTempo(dynamic_cast<const MTempoTrackNode*>(tempo->getNode()));
   }
   MTrackEvent* markers = project->getMarkerTrack();
-  const MEventContainer* events = markers != nullptr && markers->getNode() != nullptr ? markers->getNode()->events()
-                                                                                         : nullptr;
+  const MEventContainer* events =
+      markers != nullptr && markers->getNode() != nullptr ? markers->getNode()->events() : nullptr;
   if (events == nullptr) return;
   for (const auto& event : *events) {
     if (auto* cycle = dynamic_cast<MCycleEvent*>(event.get())) cycle->setTransport(transport_);

@@ -5,8 +5,8 @@
 #include "foundation/FClass.h"
 #include "foundation/FRef.h"
 #include "foundation/FShared.h"
-#include "model/MRoot.h"
-#include "model/MTransport.h"
+#include "model/markers/MTransport.h"
+#include "model/tree/MRoot.h"
 
 namespace vantor {
 

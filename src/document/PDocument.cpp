@@ -12,7 +12,7 @@
 #include "document/PWindowLayouts.h"
 #include "foundation/FFileStream.h"
 #include "foundation/FProjectContainer.h"
-#include "model/MProject.h"
+#include "model/tree/MProject.h"
 
 namespace vantor {
 
@@ -186,8 +186,8 @@ void PDocument::checkWorkingDirectory() {
     return;
   }
   if (realPath(stored) == actual) return;
-  const int answer = messages_.ask(formatMessage(kProjectMoved, {path_, actual, stored}),
-                                   {"New (1)", "Old (2)"}, kUseNewDirectory);
+  const int answer =
+      messages_.ask(formatMessage(kProjectMoved, {path_, actual, stored}), {"New (1)", "Old (2)"}, kUseNewDirectory);
   if (answer != kUseNewDirectory) return;
   if (!PSafeFile::isReadOnly(actual)) {
     p->setWorkingDirectory(actual);
@@ -248,7 +248,8 @@ void PDocument::reportSaveFailure(const std::string& target, const std::string& 
 // goes to a new file beside it instead: *written tells which file holds it.
 bool PDocument::writeBeside(const std::string& target, std::string* written, std::string* error) {
   std::string temporary;
-  if (!PSafeFile::writeTemporary(target, [this](FStream& s) { return writeContainer(s); }, &temporary, error)) {
+  if (!PSafeFile::writeTemporary(
+          target, [this](FStream& s) { return writeContainer(s); }, &temporary, error)) {
     return false;
   }
   if (PSafeFile::commit(temporary, target, error)) {
@@ -273,8 +274,8 @@ bool PDocument::writeProject(std::string target) {
   // the new folder; a folder chosen elsewhere stays.
   MProject* p = project();
   const std::string oldDirectory = workingDirectory();
-  const bool follows = oldDirectory.empty() ||
-                       (!path_.empty() && realPath(oldDirectory) == realPath(PSafeFile::folderOf(path_)));
+  const bool follows =
+      oldDirectory.empty() || (!path_.empty() && realPath(oldDirectory) == realPath(PSafeFile::folderOf(path_)));
   if (p != nullptr && follows) p->setWorkingDirectory(realPath(PSafeFile::folderOf(target)));
 
   std::string written;
@@ -325,7 +326,8 @@ bool PDocument::saveBackup() {
   prepareForWrite();
   const std::string target = backupPathFor(path_);
   std::string error;
-  if (!PSafeFile::write(target, [this](FStream& s) { return writeContainer(s); }, &error)) {
+  if (!PSafeFile::write(
+          target, [this](FStream& s) { return writeContainer(s); }, &error)) {
     reportSaveFailure(target, error);
     return false;
   }
@@ -358,7 +360,8 @@ bool PDocument::autoSaveIfDue(const FClock& clock) {
   prepareForWrite();
   const std::string target = autoSavePathFor(path_);
   std::string error;
-  if (!PSafeFile::write(target, [this](FStream& s) { return writeContainer(s); }, &error)) {
+  if (!PSafeFile::write(
+          target, [this](FStream& s) { return writeContainer(s); }, &error)) {
     messages_.report(FUserMessages::Severity::kWarning, formatMessage(kAutoSaveFailed, {target, error}));
     return false;
   }

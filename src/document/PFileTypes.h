@@ -12,9 +12,9 @@
 namespace vantor {
 
 struct PFileType {
-  uint32_t typeCode;             // four-character code
+  uint32_t typeCode;  // four-character code
   std::string_view displayName;
-  std::string_view mimeType;     // empty: none
+  std::string_view mimeType;  // empty: none
 };
 
 inline constexpr uint32_t kProjectFileType = fourCC("QVPR");

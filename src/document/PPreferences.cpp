@@ -10,7 +10,7 @@
 
 #include "document/PSafeFile.h"
 #include "foundation/FFileStream.h"
-#include "model/GUndoManager.h"
+#include "model/undo/GUndoManager.h"
 
 namespace vantor {
 
@@ -27,15 +27,15 @@ Declarations& declarations() {
   // "Auto Save Interval" is in minutes:
   // a whole number of minutes is what users set, and an hour a day at most
   // keeps "never" a matter of "Auto Save = off".
-  static Declarations* d = new Declarations{
-      {},
-      {
-          {kMaximumUndoKey, PPreferences::Kind::kInteger, std::to_string(GMaxUndoValue::kDefault),
-           GMaxUndoValue::kMinimum, GMaxUndoValue::kMaximum},
-          {kAutoSaveKey, PPreferences::Kind::kBoolean, "on", 0, 0},
-          {kAutoSaveIntervalKey, PPreferences::Kind::kInteger, "5", 1, 1440},
-          {kAutoSaveStateKey, PPreferences::Kind::kText, "", 0, 0},
-      }};
+  static Declarations* d =
+      new Declarations{{},
+                       {
+                           {kMaximumUndoKey, PPreferences::Kind::kInteger, std::to_string(GMaxUndoValue::kDefault),
+                            GMaxUndoValue::kMinimum, GMaxUndoValue::kMaximum},
+                           {kAutoSaveKey, PPreferences::Kind::kBoolean, "on", 0, 0},
+                           {kAutoSaveIntervalKey, PPreferences::Kind::kInteger, "5", 1, 1440},
+                           {kAutoSaveStateKey, PPreferences::Kind::kText, "", 0, 0},
+                       }};
   return *d;
 }
 
@@ -146,8 +146,7 @@ void PPreferences::parse(std::string_view text) {
     if (line.empty() || line.front() == '#') continue;
     const size_t equals = line.find('=');
     std::string value;
-    if (equals == std::string_view::npos ||
-        !accept(trim(line.substr(0, equals)), line.substr(equals + 1), &value)) {
+    if (equals == std::string_view::npos || !accept(trim(line.substr(0, equals)), line.substr(equals + 1), &value)) {
       ++rejected_;
       continue;
     }

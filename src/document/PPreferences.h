@@ -101,7 +101,7 @@ class PPreferences {
   static bool accept(std::string_view key, std::string_view value, std::string* normalized);
   void parse(std::string_view text);
 
-  Entries values_;     // stored values, in the order of the file, then of setting
+  Entries values_;  // stored values, in the order of the file, then of setting
   Entries overrides_;
   std::string path_;
   size_t rejected_ = 0;

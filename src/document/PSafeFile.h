@@ -22,8 +22,8 @@ class PSafeFile {
   // Writes the temporary file beside target and syncs it to disk. On failure
   // no temporary file is left and *error tells why ("open: Permission
   // denied"); target is never touched.
-  [[nodiscard]] static bool writeTemporary(const std::string& target, const Writer& writer,
-                                           std::string* temporary, std::string* error);
+  [[nodiscard]] static bool writeTemporary(const std::string& target, const Writer& writer, std::string* temporary,
+                                           std::string* error);
   // Renames temporary over target (a target file's permission bits are kept)
   // and syncs the folder. On failure target is unchanged and temporary is
   // left for the caller to use or discard.

@@ -53,9 +53,7 @@ class PWindowLayouts : public FShared {
   // False when no layout has that name.
   [[nodiscard]] bool setActiveLayout(std::string_view name);
 
-  bool sameAs(const PWindowLayouts& other) const {
-    return active_ == other.active_ && layouts_ == other.layouts_;
-  }
+  bool sameAs(const PWindowLayouts& other) const { return active_ == other.active_ && layouts_ == other.layouts_; }
 
   // Archive: the active layout's name (string), a 32-bit layout count, then
   // per layout its name (string), a 32-bit window count and per window its

@@ -9,8 +9,8 @@
 namespace vantor {
 
 const FClass& CmObject::classDescriptor() {
-  static const FClass descriptor("CmObject", nullptr, []() -> CmObject* { return new CmObject; },
-                                 static_cast<uint16_t>(sizeof(CmObject)), 0);
+  static const FClass descriptor(
+      "CmObject", nullptr, []() -> CmObject* { return new CmObject; }, static_cast<uint16_t>(sizeof(CmObject)), 0);
   return descriptor;
 }
 
@@ -43,9 +43,7 @@ void CmObject::retain() {}
 int CmObject::getRefCount() const { return 1; }
 
 bool CmObject::addDependent(CmObject* dependent) { return FDependencies::instance().add(this, dependent); }
-bool CmObject::removeDependent(CmObject* dependent) {
-  return FDependencies::instance().remove(this, dependent);
-}
+bool CmObject::removeDependent(CmObject* dependent) { return FDependencies::instance().remove(this, dependent); }
 void CmObject::changed(int message) { FDependencies::instance().changed(this, message); }
 void CmObject::deferChanged(int message) { FDependencies::instance().deferChanged(this, message); }
 void CmObject::update(int) {}

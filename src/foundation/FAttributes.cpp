@@ -28,9 +28,7 @@ void FAttributes::setFloat(std::string_view key, double value) { set(key, value)
 void FAttributes::setString(std::string_view key, std::string value) { set(key, std::move(value)); }
 void FAttributes::setBytes(std::string_view key, Bytes value) { set(key, std::move(value)); }
 void FAttributes::setObject(std::string_view key, FRef<CmObject> object) { set(key, std::move(object)); }
-void FAttributes::setAttributes(std::string_view key, FRef<FAttributes> attributes) {
-  set(key, std::move(attributes));
-}
+void FAttributes::setAttributes(std::string_view key, FRef<FAttributes> attributes) { set(key, std::move(attributes)); }
 
 bool FAttributes::getInt(std::string_view key, int64_t* out) const {
   *out = 0;
@@ -111,17 +109,27 @@ bool FAttributes::writeToArchive(FObjectArchive& archive) const {
     if (!s.writeString(entry.key) || !s.writeUInt16(kind)) return false;
     bool ok = false;
     switch (static_cast<Kind>(kind)) {
-      case Kind::kInteger: ok = s.writeInt64(std::get<int64_t>(entry.value)); break;
-      case Kind::kFloat: ok = s.writeDouble(std::get<double>(entry.value)); break;
-      case Kind::kString: ok = s.writeString(std::get<std::string>(entry.value)); break;
+      case Kind::kInteger:
+        ok = s.writeInt64(std::get<int64_t>(entry.value));
+        break;
+      case Kind::kFloat:
+        ok = s.writeDouble(std::get<double>(entry.value));
+        break;
+      case Kind::kString:
+        ok = s.writeString(std::get<std::string>(entry.value));
+        break;
       case Kind::kBytes: {
         const Bytes& bytes = std::get<Bytes>(entry.value);
         ok = s.writeUInt32(static_cast<uint32_t>(bytes.size())) &&
              s.writeRaw(bytes.data(), static_cast<int64_t>(bytes.size()));
         break;
       }
-      case Kind::kObject: ok = archive.writeObject(std::get<FRef<CmObject>>(entry.value).get()); break;
-      case Kind::kAttributes: ok = archive.writeObject(std::get<FRef<FAttributes>>(entry.value).get()); break;
+      case Kind::kObject:
+        ok = archive.writeObject(std::get<FRef<CmObject>>(entry.value).get());
+        break;
+      case Kind::kAttributes:
+        ok = archive.writeObject(std::get<FRef<FAttributes>>(entry.value).get());
+        break;
     }
     if (!ok) return false;
   }

@@ -14,8 +14,7 @@ int compareClassNames(const char* a, const char* b) {
   return static_cast<int>(*x) - static_cast<int>(*y);
 }
 
-FClass::FClass(const char* className, const FClass* base, Factory factory, uint16_t instanceSize,
-               int16_t version)
+FClass::FClass(const char* className, const FClass* base, Factory factory, uint16_t instanceSize, int16_t version)
     : className_(className),
       storedName_(className),
       base_(base),
@@ -39,16 +38,14 @@ FClass::FClass(const FClass& existing, const char* alias)
 }
 
 const FClass& FClass::classDescriptor() {
-  static const FClass descriptor("FClass", &CmObject::classDescriptor(), nullptr,
-                                 static_cast<uint16_t>(sizeof(FClass)), 0);
+  static const FClass descriptor("FClass", &CmObject::classDescriptor(), nullptr, static_cast<uint16_t>(sizeof(FClass)),
+                                 0);
   return descriptor;
 }
 
 const FClass& FClass::getClass() const { return classDescriptor(); }
 
-bool FClass::isClass(const char* name) const {
-  return name != nullptr && compareClassNames(className_, name) == 0;
-}
+bool FClass::isClass(const char* name) const { return name != nullptr && compareClassNames(className_, name) == 0; }
 
 bool FClass::isKindOf(const char* name) const {
   if (name == nullptr) return false;

@@ -16,8 +16,7 @@ class FClass : public CmObject {
 
   // Registers a class. base is nullptr only for CmObject; factory is nullptr
   // for abstract classes.
-  FClass(const char* className, const FClass* base, Factory factory,
-         uint16_t instanceSize, int16_t version);
+  FClass(const char* className, const FClass* base, Factory factory, uint16_t instanceSize, int16_t version);
   // Registers alias as a second name of existing: the alias creates objects
   // of the existing class, and the existing class's stored name becomes the
   // alias.
@@ -61,40 +60,30 @@ int compareClassNames(const char* a, const char* b);
 }  // namespace vantor
 
 // Declares the identity operations of a class; put it first in the class body.
-#define VANTOR_CLASS(Name)                                                    \
- public:                                                                      \
-  static const ::vantor::FClass& classDescriptor();                           \
-  const ::vantor::FClass& getClass() const override { return classDescriptor(); } \
-  bool isClass(const char* n) const override {                                \
-    return classDescriptor().isClass(n);                                      \
-  }                                                                           \
-  const char* getClassName() const override {                                 \
-    return classDescriptor().getClassName();                                  \
-  }                                                                           \
-  bool isKindOf(const char* n) const override {                               \
-    return classDescriptor().isKindOf(n);                                     \
-  }                                                                           \
-  ::vantor::CmObject* newInstance() const override {                          \
-    return classDescriptor().newInstance();                                   \
-  }                                                                           \
-                                                                              \
+#define VANTOR_CLASS(Name)                                                                     \
+ public:                                                                                       \
+  static const ::vantor::FClass& classDescriptor();                                            \
+  const ::vantor::FClass& getClass() const override { return classDescriptor(); }              \
+  bool isClass(const char* n) const override { return classDescriptor().isClass(n); }          \
+  const char* getClassName() const override { return classDescriptor().getClassName(); }       \
+  bool isKindOf(const char* n) const override { return classDescriptor().isKindOf(n); }        \
+  ::vantor::CmObject* newInstance() const override { return classDescriptor().newInstance(); } \
+                                                                                               \
  public:
 
 // Defines the descriptor of a concrete class: its class name is the C++ name.
-#define VANTOR_DEFINE_CLASS(Name, Base, Version)                              \
-  const ::vantor::FClass& Name::classDescriptor() {                           \
-    static const ::vantor::FClass descriptor(                                 \
-        #Name, &Base::classDescriptor(),                                      \
-        []() -> ::vantor::CmObject* { return new Name; },                     \
-        static_cast<uint16_t>(sizeof(Name)), Version);                        \
-    return descriptor;                                                        \
+#define VANTOR_DEFINE_CLASS(Name, Base, Version)                                           \
+  const ::vantor::FClass& Name::classDescriptor() {                                        \
+    static const ::vantor::FClass descriptor(                                              \
+        #Name, &Base::classDescriptor(), []() -> ::vantor::CmObject* { return new Name; }, \
+        static_cast<uint16_t>(sizeof(Name)), Version);                                     \
+    return descriptor;                                                                     \
   }
 
 // Defines the descriptor of an abstract class (no factory).
-#define VANTOR_DEFINE_ABSTRACT_CLASS(Name, Base, Version)                     \
-  const ::vantor::FClass& Name::classDescriptor() {                           \
-    static const ::vantor::FClass descriptor(                                 \
-        #Name, &Base::classDescriptor(), nullptr,                             \
-        static_cast<uint16_t>(sizeof(Name)), Version);                        \
-    return descriptor;                                                        \
+#define VANTOR_DEFINE_ABSTRACT_CLASS(Name, Base, Version)                                   \
+  const ::vantor::FClass& Name::classDescriptor() {                                         \
+    static const ::vantor::FClass descriptor(#Name, &Base::classDescriptor(), nullptr,      \
+                                             static_cast<uint16_t>(sizeof(Name)), Version); \
+    return descriptor;                                                                      \
   }

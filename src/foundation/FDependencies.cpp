@@ -29,9 +29,8 @@ bool FDependencies::remove(CmObject* object, CmObject* dependent) {
   if (object == nullptr || dependent == nullptr) return false;
   std::lock_guard lock(mutex_);
   auto& bucket = buckets_[bucketOf(object)];
-  auto it = std::find_if(bucket.begin(), bucket.end(), [&](const Link& link) {
-    return link.object == object && link.dependent == dependent;
-  });
+  auto it = std::find_if(bucket.begin(), bucket.end(),
+                         [&](const Link& link) { return link.object == object && link.dependent == dependent; });
   if (it == bucket.end()) return false;
   bucket.erase(it);
   if (--asDependent_[dependent] == 0) asDependent_.erase(dependent);

@@ -16,9 +16,7 @@ constexpr size_t kWriteBuffer = 1 << 20;
 
 FFileStream::~FFileStream() { (void)close(); }
 
-void FFileStream::setError(const char* what) {
-  lastError_ = std::string(what) + ": " + std::strerror(errno);
-}
+void FFileStream::setError(const char* what) { lastError_ = std::string(what) + ": " + std::strerror(errno); }
 
 bool FFileStream::open(const std::string& path, Mode mode) {
   (void)close();

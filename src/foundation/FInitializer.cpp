@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <mutex>
 
+#include "foundation/CmIDLink.h"
 #include "foundation/FAttributes.h"
 #include "foundation/FClass.h"
 #include "foundation/FClassRegistry.h"
-#include "foundation/CmIDLink.h"
 
 namespace vantor {
 

@@ -23,7 +23,10 @@ class FMemoryStream : public FStream {
   int64_t remaining() const override;
 
   const std::vector<uint8_t>& data() const { return data_; }
-  std::vector<uint8_t> takeData() { position_ = 0; return std::move(data_); }
+  std::vector<uint8_t> takeData() {
+    position_ = 0;
+    return std::move(data_);
+  }
 
  private:
   std::vector<uint8_t> data_;

@@ -51,8 +51,8 @@ uint16_t FObjectArchive::classIndexOf(const FClass& cls) {
 
 bool FObjectArchive::writeHeader(uint32_t totalLength) {
   FStream& s = *current_;
-  bool ok = s.writeUInt32(kMagic) && s.writeUInt32(totalLength) &&
-            s.writeUInt32(static_cast<uint32_t>(classes_.size()));
+  bool ok =
+      s.writeUInt32(kMagic) && s.writeUInt32(totalLength) && s.writeUInt32(static_cast<uint32_t>(classes_.size()));
   for (const FClassEntry& entry : classes_) {
     ok = ok && s.writeString(entry.name) && s.writeInt32(entry.firstSize) && s.writeInt16(entry.version);
   }
@@ -193,8 +193,7 @@ bool FObjectArchive::readOldClassTable(uint32_t recordsLength, uint32_t* totalLe
     FClassEntry entry;
     uint16_t version = 0;
     uint16_t unused = 0;
-    if (!s.readString(&entry.name) || !s.readUInt16(&version) || !s.readUInt16(&unused) ||
-        !s.readUInt16(&unused)) {
+    if (!s.readString(&entry.name) || !s.readUInt16(&version) || !s.readUInt16(&unused) || !s.readUInt16(&unused)) {
       return false;
     }
     entry.version = static_cast<int16_t>(version);
@@ -263,8 +262,7 @@ CmObject* FObjectArchive::readObject() {
 
 CmObject* FObjectArchive::readBackReference() {
   uint32_t number = 0;
-  if (!current_->readUInt32(&number) || number == 0 || number > read_.size() ||
-      read_[number - 1] == nullptr) {
+  if (!current_->readUInt32(&number) || number == 0 || number > read_.size() || read_[number - 1] == nullptr) {
     failed_ = true;
     return nullptr;
   }

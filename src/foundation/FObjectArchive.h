@@ -37,10 +37,10 @@ class FClass;
 
 class FClassEntry : public CmObject {
  public:
-  std::string name;           // class name; empty for the null entry
-  int32_t firstSize = -1;     // member length of the first object written
-  int16_t version = 0;        // class version
-  uint16_t index = 0xFFFF;    // position in the class table; 0xFFFF when read
+  std::string name;         // class name; empty for the null entry
+  int32_t firstSize = -1;   // member length of the first object written
+  int16_t version = 0;      // class version
+  uint16_t index = 0xFFFF;  // position in the class table; 0xFFFF when read
   // Resolved once per entry when reading; nullptr for unknown classes.
   const FClass* resolved = nullptr;
   bool isResolved = false;
@@ -62,8 +62,8 @@ class FArchiveTrace {
   virtual ~FArchiveTrace() = default;
   virtual void onHeader(uint32_t magic, uint32_t totalLength, const std::vector<FClassEntry>& classes) = 0;
   // A first record; known is false when the class is unknown and skipped.
-  virtual void onRecordBegin(int depth, uint32_t recordNumber, const FClassEntry& entry,
-                             uint32_t length, bool known) = 0;
+  virtual void onRecordBegin(int depth, uint32_t recordNumber, const FClassEntry& entry, uint32_t length,
+                             bool known) = 0;
   virtual void onRecordEnd(int depth, uint32_t recordNumber, bool ok) = 0;
   virtual void onBackReference(int depth, uint32_t recordNumber) = 0;
   virtual void onNull(int depth) = 0;
@@ -154,7 +154,7 @@ class FObjectArchive {
   // Reading: one place per first record; holds a reference on shared
   // objects while the archive is read.
   std::vector<CmObject*> read_;
-  std::vector<bool> open_;  // per place of read_: the record is being read
+  std::vector<bool> open_;                  // per place of read_: the record is being read
   std::vector<const CmObject*> openStack_;  // the objects of the open records
   bool lastBackReference_ = false;
   bool lastOpen_ = false;

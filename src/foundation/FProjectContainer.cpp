@@ -34,8 +34,8 @@ bool FContainerWriter::writeCountedText(std::string_view text) {
 
 bool FContainerWriter::addRoot(std::string_view name, const CmObject& root) {
   int64_t lengthAt = 0;
-  if (!beginChunk(kRootChunkId, &lengthAt) || !writeCountedText(name) ||
-      !writeCountedText(root.getClassName()) || !endChunk(lengthAt)) {
+  if (!beginChunk(kRootChunkId, &lengthAt) || !writeCountedText(name) || !writeCountedText(root.getClassName()) ||
+      !endChunk(lengthAt)) {
     return false;
   }
   if (!beginChunk(kArchChunkId, &lengthAt)) return false;

@@ -18,8 +18,8 @@ namespace {
 // independent of the host.
 template <class T>
 void encode(T value, bool bigEndian, uint8_t* out) {
-  using U = std::make_unsigned_t<std::conditional_t<std::is_floating_point_v<T>,
-      std::conditional_t<sizeof(T) == 4, int32_t, int64_t>, T>>;
+  using U = std::make_unsigned_t<
+      std::conditional_t<std::is_floating_point_v<T>, std::conditional_t<sizeof(T) == 4, int32_t, int64_t>, T>>;
   U bits;
   std::memcpy(&bits, &value, sizeof(T));
   for (size_t i = 0; i < sizeof(T); ++i) {
@@ -30,8 +30,8 @@ void encode(T value, bool bigEndian, uint8_t* out) {
 
 template <class T>
 T decode(const uint8_t* in, bool bigEndian) {
-  using U = std::make_unsigned_t<std::conditional_t<std::is_floating_point_v<T>,
-      std::conditional_t<sizeof(T) == 4, int32_t, int64_t>, T>>;
+  using U = std::make_unsigned_t<
+      std::conditional_t<std::is_floating_point_v<T>, std::conditional_t<sizeof(T) == 4, int32_t, int64_t>, T>>;
   U bits = 0;
   for (size_t i = 0; i < sizeof(T); ++i) {
     const size_t shift = 8 * (bigEndian ? sizeof(T) - 1 - i : i);

@@ -41,11 +41,8 @@ TEST(CliProject, NewInfoAndTimeAgreeOnTheTempoMap) {
     const char* bars;
     double seconds;
   } cases[] = {
-      {"2880", 2880, "3.1.1.0", 4.0},
-      {"3.1.1.0", 2880, "3.1.1.0", 4.0},
-      {"4s", 2880, "3.1.1.0", 4.0},
-      {"0:04.000", 2880, "3.1.1.0", 4.0},
-      {"1.2.1.0", 480, "1.2.1.0", 2.0 / 3.0},
+      {"2880", 2880, "3.1.1.0", 4.0},     {"3.1.1.0", 2880, "3.1.1.0", 4.0},      {"4s", 2880, "3.1.1.0", 4.0},
+      {"0:04.000", 2880, "3.1.1.0", 4.0}, {"1.2.1.0", 480, "1.2.1.0", 2.0 / 3.0},
   };
   for (const Case& c : cases) {
     const auto time = runVantor({"time", file, c.text, "--json"});
@@ -76,7 +73,8 @@ TEST(CliProject, FilesThatCannotBeReadGiveTheSystemsMessages) {
     EXPECT_NE(r.err.find("Invalid project file \"" + junk + "\" !"), std::string::npos) << verb << r.err;
   }
   // A real file of another kind from the corpus is no project either.
-  const std::string midi = std::string(VANTOR_SHARED_DIR) + "/corpus/midi/jazz-soft-test-midi-files/test-c-major-scale.mid";
+  const std::string midi =
+      std::string(VANTOR_SHARED_DIR) + "/corpus/midi/jazz-soft-test-midi-files/test-c-major-scale.mid";
   if (std::filesystem::exists(midi)) {
     const auto r = runVantor({"dump", midi});
     EXPECT_EQ(r.status, 1);

@@ -28,15 +28,15 @@ TEST(CliShell, ScriptOnStandardInputEditsUndoesAndSaves) {
       "track add audio \"Lead Vocal\"\n"
       "part add 1 1.1.1.0 3.1.1.0 Intro\n"
       "part add Bass 3.1.1.0 5.1.1.0\n"
-      "bogus line\n"                      // fails, the session goes on
-      "part add 9 1.1.1.0 2.1.1.0\n"      // no track 9
+      "bogus line\n"                  // fails, the session goes on
+      "part add 9 1.1.1.0 2.1.1.0\n"  // no track 9
       "rename 1:2 Verse\n"
       "mute 1:1\n"
       "color #102030 1:1\n"
       "track color Bass 7\n"
       "split 1:2 4.1.1.0\n"
       "tempo 5.1.1.0 100\n"
-      "undo\n"                            // takes the tempo back
+      "undo\n"  // takes the tempo back
       "history\n"
       "save\n";
   const auto r = runVantor({"shell", file}, script);
@@ -102,10 +102,10 @@ TEST(CliShell, BadLinesChangeNothing) {
   TempFolder dir;
   const std::string file = newProject(dir);
   const std::string lines[] = {
-      "track add kazoo",         "track remove 5",        "part add 1 2.1.1.0 1.1.1.0", "rename 1:1",
-      "size 1:1 width 3",        "tempo 1.1.1.0 -5",      "signature 1.1.1.0 0/4",      "marker move 3 1.1.1.0",
-      "undo 0",                  "redo",                  "rename \"unclosed",          "split 1:1 9.1.1.0",
-      "locators 5.1.1.0 1.1.1.0", "cycle maybe",          "group remove 1",             "help nothing",
+      "track add kazoo",   "track remove 5",        "part add 1 2.1.1.0 1.1.1.0", "rename 1:1",  "size 1:1 width 3",
+      "tempo 1.1.1.0 -5",  "signature 1.1.1.0 0/4", "marker move 3 1.1.1.0",      "undo 0",      "redo",
+      "rename \"unclosed", "split 1:1 9.1.1.0",     "locators 5.1.1.0 1.1.1.0",   "cycle maybe", "group remove 1",
+      "help nothing",
   };
   std::string script = "track add midi T\npart add 1 1.1.1.0 2.1.1.0\nsave\n";
   for (const std::string& line : lines) script += line + "\n";
@@ -130,8 +130,8 @@ TEST(CliShell, HelpListsTheLanguage) {
   const std::string file = newProject(dir);
   const auto r = runVantor({"shell", file}, "help\nhelp track add\nquit\nthis line is never read\n");
   EXPECT_EQ(r.status, 0) << r.err;
-  for (const char* verb : {"track add", "part add", "split", "nudge", "tempo", "signature", "marker add",
-                           "locators", "cycle", "undo", "redo", "history", "save as", "group create"}) {
+  for (const char* verb : {"track add", "part add", "split", "nudge", "tempo", "signature", "marker add", "locators",
+                           "cycle", "undo", "redo", "history", "save as", "group create"}) {
     EXPECT_NE(r.out.find("  " + std::string(verb)), std::string::npos) << verb;
   }
 }

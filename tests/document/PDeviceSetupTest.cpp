@@ -31,8 +31,8 @@ TEST(PDeviceSetup, DefaultsAre48kHzAnd256FramesWithoutPorts) {
   const PDeviceSetup setup;
   EXPECT_EQ(setup.sampleRate(), 48000);
   EXPECT_EQ(setup.blockSize(), 256);
-  for (PPortKind kind : {PPortKind::kAudioInput, PPortKind::kAudioOutput, PPortKind::kMidiInput,
-                         PPortKind::kMidiOutput}) {
+  for (PPortKind kind :
+       {PPortKind::kAudioInput, PPortKind::kAudioOutput, PPortKind::kMidiInput, PPortKind::kMidiOutput}) {
     EXPECT_TRUE(setup.ports(kind).empty());
   }
 }
@@ -44,9 +44,8 @@ TEST(PDeviceSetup, SettersKeepToTheAcceptedRanges) {
     bool rateOk;
     bool blockOk;
   } cases[] = {
-      {0, false, false},      {15, false, false},   {16, false, true},      {8192, true, true},
-      {8193, true, false},    {7999, false, true}, {768000, true, false},  {768001, false, false},
-      {-48000, false, false},
+      {0, false, false},   {15, false, false},    {16, false, true},      {8192, true, true},     {8193, true, false},
+      {7999, false, true}, {768000, true, false}, {768001, false, false}, {-48000, false, false},
   };
   for (const auto& c : cases) {
     setup = PDeviceSetup();
@@ -63,9 +62,9 @@ TEST(PDeviceSetup, MembersAreRateBlockAndFourNameLists) {
   ASSERT_TRUE(setup.setBlockSize(512));
   setup.setPorts(PPortKind::kAudioOutput, {"Out"});
   // 44100 = 0xAC44, 512 = 0x200; lists: none, one ("Out" + NUL = 4), none, none.
-  const Bytes expected = {0x00, 0x00, 0xAC, 0x44, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00,
-                          0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x04, 'O',  'u',  't',  0x00,
-                          0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
+  const Bytes expected = {0x00, 0x00, 0xAC, 0x44, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x00,
+                          0x00, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x04, 'O',  'u',
+                          't',  0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
   EXPECT_EQ(membersOf(setup), expected);
 }
 
@@ -93,8 +92,7 @@ TEST(PDeviceSetup, DamagedMembersAreRefusedAndLeaveTheSetupAlone) {
   // Every truncation fails.
   for (size_t cut = 0; cut < members.size(); ++cut) {
     PDeviceSetup back;
-    EXPECT_FALSE(readMembers(Bytes(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(cut)), &back))
-        << cut;
+    EXPECT_FALSE(readMembers(Bytes(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(cut)), &back)) << cut;
     EXPECT_TRUE(back.sameAs(PDeviceSetup()));
   }
   // A sample rate of 0, a block size of 1, and a name count far beyond the

@@ -58,7 +58,7 @@ TEST_F(PDocumentAutoSave, SavesOnlyChangesAndCountsFromTheLastAutomaticSave) {
   clock.advance(10 * kMinute);
   EXPECT_FALSE(doc.autoSaveIfDue(clock));  // nothing changed since the open
   doc.markModified();
-  EXPECT_TRUE(doc.autoSaveIfDue(clock));   // the interval passed long ago
+  EXPECT_TRUE(doc.autoSaveIfDue(clock));  // the interval passed long ago
   doc.markModified();
   clock.advance(2 * kMinute - 1);
   EXPECT_FALSE(doc.autoSaveIfDue(clock));

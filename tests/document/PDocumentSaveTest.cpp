@@ -191,8 +191,8 @@ TEST_F(PDocumentSave, BackupFailuresAreReported) {
   messages.clear();
   EXPECT_FALSE(doc.saveBackup());
   ASSERT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
-                                             "\" !\nopen: Is a directory" + kUnchanged);
+  EXPECT_EQ(messages.messages()[0].text,
+            "Can not write project file \"" + dir.file("song.vpr.bak") + "\" !\nopen: Is a directory" + kUnchanged);
   EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
 }
 

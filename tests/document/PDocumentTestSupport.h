@@ -15,8 +15,8 @@
 #include "document/PPreferences.h"
 #include "document/PWindowLayouts.h"
 #include "foundation/FUserMessages.h"
-#include "model/MPartEvent.h"
-#include "model/MProject.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MProject.h"
 
 namespace vantor::test {
 
@@ -30,9 +30,7 @@ class DocumentTest : public ::testing::Test {
 
   // The folder as the system names it (links resolved), as the document
   // records working directories.
-  static std::string real(const std::string& folder) {
-    return std::filesystem::weakly_canonical(folder).string();
-  }
+  static std::string real(const std::string& folder) { return std::filesystem::weakly_canonical(folder).string(); }
 
   // Gives doc some content of every root: a MIDI track "Bass" with a part
   // "Verse", devices and a second window layout.

@@ -28,8 +28,8 @@ class PDocumentWorkingDirectory : public test::DocumentTest {
 
   std::string movedQuestion() const {
     return "The project file has been moved!\nPlease confirm the project working directory!\n\n"
-           "Document path is: " + newPath + "\n\nNew (1):\t" + real(dir.file("new")) +
-           "\nOld (2):\t" + real(dir.file("old"));
+           "Document path is: " +
+           newPath + "\n\nNew (1):\t" + real(dir.file("new")) + "\nOld (2):\t" + real(dir.file("old"));
   }
 
   std::string oldPath;

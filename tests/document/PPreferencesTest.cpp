@@ -75,14 +75,22 @@ TEST(PPreferences, SetChecksKindAndRangeAndNormalizesSwitches) {
     bool ok;
     const char* stored;  // the value in effect afterwards
   } cases[] = {
-      {"Maximum Undo", "250", true, "250"},        {"Maximum Undo", " 7 ", true, "7"},
-      {"Maximum Undo", "+12", true, "12"},         {"Maximum Undo", "-1", false, "12"},
-      {"Maximum Undo", "1001", false, "12"},       {"Maximum Undo", "12abc", false, "12"},
-      {"Maximum Undo", "", false, "12"},           {"Auto Save", "OFF", true, "off"},
-      {"Auto Save", "Yes", true, "on"},            {"Auto Save", "0", true, "off"},
-      {"Auto Save", "maybe", false, "off"},        {"Auto Save Interval", "0", false, "5"},
-      {"Auto Save Interval", "1440", true, "1440"}, {"Auto Save Interval", "1441", false, "1440"},
-      {"Custom", "  two words  ", true, "two words"}, {"Custom", "line\nbreak", false, "two words"},
+      {"Maximum Undo", "250", true, "250"},
+      {"Maximum Undo", " 7 ", true, "7"},
+      {"Maximum Undo", "+12", true, "12"},
+      {"Maximum Undo", "-1", false, "12"},
+      {"Maximum Undo", "1001", false, "12"},
+      {"Maximum Undo", "12abc", false, "12"},
+      {"Maximum Undo", "", false, "12"},
+      {"Auto Save", "OFF", true, "off"},
+      {"Auto Save", "Yes", true, "on"},
+      {"Auto Save", "0", true, "off"},
+      {"Auto Save", "maybe", false, "off"},
+      {"Auto Save Interval", "0", false, "5"},
+      {"Auto Save Interval", "1440", true, "1440"},
+      {"Auto Save Interval", "1441", false, "1440"},
+      {"Custom", "  two words  ", true, "two words"},
+      {"Custom", "line\nbreak", false, "two words"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(prefs.set(c.key, c.value), c.ok) << c.key << " = " << c.value;

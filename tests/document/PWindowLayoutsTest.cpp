@@ -79,14 +79,14 @@ TEST(PWindowLayouts, MembersOfOneLayoutByHand) {
   ASSERT_TRUE(layouts.store({"A", {{"W", 1, 2, 3, 4}}}));
   ASSERT_TRUE(layouts.remove("Default"));
   // Active "A" (length 2), one layout: "A", one window: "W", 1, 2, 3, 4.
-  const Bytes expected = {0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1,
-                          0, 0, 0, 2, 'W', 0, 0, 0, 0, 1, 0, 0, 0, 2, 0,   0, 0, 3, 0, 0, 0, 4};
+  const Bytes expected = {0, 0, 0, 2,   'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0,
+                          0, 0, 2, 'W', 0,   0, 0, 0, 1, 0, 0, 0, 2, 0, 0,   0, 3, 0, 0, 0, 4};
   EXPECT_EQ(membersOf(layouts), expected);
 }
 
 TEST(PWindowLayouts, DamagedRecordsAreRefusedAndLeaveTheSetAlone) {
-  const Bytes good = {0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1,
-                      0, 0, 0, 2, 'W', 0, 0, 0, 0, 1, 0, 0, 0, 2, 0,   0, 0, 3, 0, 0, 0, 4};
+  const Bytes good = {0, 0, 0, 2,   'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0,
+                      0, 0, 2, 'W', 0,   0, 0, 0, 1, 0, 0, 0, 2, 0, 0,   0, 3, 0, 0, 0, 4};
   {
     PWindowLayouts back;
     ASSERT_TRUE(readMembers(good, &back));

@@ -40,20 +40,19 @@ TEST_F(Archive, SmallArchiveHasTheExactBytes) {
   FRef<TNode> child = node(2);
   root->children = {child, nullptr, child};
   const Bytes expected = {
-      0x48, 0x63, 0x52, 0x61,                    // magic 0x61526348
-      87, 0, 0, 0,                               // total: 39 header + 48 records
-      2, 0, 0, 0,                                // two classes
-      6, 0, 0, 0, 'T', 'N', 'o', 'd', 'e', 0,    // "TNode"
-      13, 0, 0, 0,                               // first size: the child finishes first
-      3, 0,                                      // version 3
-      1, 0, 0, 0, 0,                             // "" (the null entry)
-      0xFF, 0xFF, 0xFF, 0xFF, 0, 0,              // first size -1, version 0
-      0, 0, 42, 0, 0, 0,                         // root: class 0, 15 + 19 + 2 + 6 bytes
-      1, 0, 0, 0, 3, 0, 0, 0, 'a', 'b', 0, 3, 0, 0, 0,
-      0, 0, 13, 0, 0, 0,                         // child: class 0, 13 bytes
-      2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0,
-      0xFE, 0xFF,                                // null
-      0xFF, 0xFF, 2, 0, 0, 0,                    // back reference to record 2
+      0x48, 0x63, 0x52, 0x61,                              // magic 0x61526348
+      87,   0,    0,    0,                                 // total: 39 header + 48 records
+      2,    0,    0,    0,                                 // two classes
+      6,    0,    0,    0,    'T', 'N', 'o', 'd', 'e', 0,  // "TNode"
+      13,   0,    0,    0,                                 // first size: the child finishes first
+      3,    0,                                             // version 3
+      1,    0,    0,    0,    0,                           // "" (the null entry)
+      0xFF, 0xFF, 0xFF, 0xFF, 0,   0,                      // first size -1, version 0
+      0,    0,    42,   0,    0,   0,                      // root: class 0, 15 + 19 + 2 + 6 bytes
+      1,    0,    0,    0,    3,   0,   0,   0,   'a', 'b', 0, 3, 0, 0,    0,
+      0,    0,    13,   0,    0,   0,                                             // child: class 0, 13 bytes
+      2,    0,    0,    0,    1,   0,   0,   0,   0,   0,   0, 0, 0, 0xFE, 0xFF,  // null
+      0xFF, 0xFF, 2,    0,    0,   0,                                             // back reference to record 2
   };
   EXPECT_EQ(archiveBytes(root.get()), expected);
 }

@@ -30,17 +30,17 @@ Bytes writeContainer(const std::vector<std::pair<std::string, const CmObject*>>&
 TEST_F(Container, SmallContainerHasTheExactBytes) {
   TNode root;
   root.value = 5;
-  const Bytes expected = {
-      'R', 'I', 'F', 'F', 0, 0, 0, 77,            // 89 bytes in all, minus 12
-      'K', 'E', 'M', 'B',
-      'R', 'O', 'O', 'T', 0, 0, 0, 14,            // name and class name, no NUL
-      0, 0, 0, 1, 'R', 0, 0, 0, 5, 'T', 'N', 'o', 'd', 'e',
-      'A', 'R', 'C', 'H', 0, 0, 0, 47,            // 28 header + 19 record
-      'a', 'R', 'c', 'H', 0, 0, 0, 47, 0, 0, 0, 1,
-      0, 0, 0, 6, 'T', 'N', 'o', 'd', 'e', 0, 0, 0, 0, 13, 0, 3,
-      0, 0, 0, 0, 0, 13,                          // class 0, 13 bytes
-      0, 0, 0, 5, 0, 0, 0, 1, 0, 0, 0, 0, 0,
-  };
+  const Bytes
+      expected =
+          {
+              'R', 'I', 'F', 'F', 0,   0,   0,   77,                     // 89 bytes in all, minus 12
+              'K', 'E', 'M', 'B', 'R', 'O', 'O', 'T', 0,  0,   0,   14,  // name and class name, no NUL
+              0,   0,   0,   1,   'R', 0,   0,   0,   5,  'T', 'N', 'o', 'd', 'e', 'A', 'R', 'C',
+              'H', 0,   0,   0,   47,  // 28 header + 19 record
+              'a', 'R', 'c', 'H', 0,   0,   0,   47,  0,  0,   0,   1,   0,   0,   0,   6,   'T',
+              'N', 'o', 'd', 'e', 0,   0,   0,   0,   13, 0,   3,   0,   0,   0,   0,   0,   13,  // class 0, 13 bytes
+              0,   0,   0,   5,   0,   0,   0,   1,   0,  0,   0,   0,   0,
+          };
   EXPECT_EQ(writeContainer({{"R", &root}}), expected);
 }
 
@@ -77,7 +77,7 @@ TEST_F(Container, WrongFormTypeOrLengthIsRefused) {
     size_t offset;
     uint8_t value;
   } cases[] = {
-      {"form type", 8, 'X'}, {"riff id", 0, 'r'}, {"container length", 7, 76},
+      {"form type", 8, 'X'},     {"riff id", 0, 'r'},     {"container length", 7, 76},
       {"chunk length", 19, 200}, {"name length", 23, 40},
   };
   for (const Case& c : cases) {

@@ -49,9 +49,8 @@ TEST_F(ObjectModel, KindTestWalksTheBaseChainByExactName) {
     bool kind;
     bool isClass;
   } cases[] = {
-      {"TNode", true, true},      {"FShared", true, false}, {"CmObject", true, false},
-      {"tnode", false, false},    {"CMOBJECT", false, false}, {"FThreadShared", false, false},
-      {"TNode ", false, false},   {"", false, false},
+      {"TNode", true, true},      {"FShared", true, false},        {"CmObject", true, false}, {"tnode", false, false},
+      {"CMOBJECT", false, false}, {"FThreadShared", false, false}, {"TNode ", false, false},  {"", false, false},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(node->isKindOf(c.name), c.kind) << c.name;
@@ -137,7 +136,7 @@ TEST_F(ObjectModel, CompareAndHashFollowAddresses) {
   CmObject& low = objects[0];
   CmObject& high = objects[1];
   EXPECT_EQ(low.compare(&low), 0);
-  EXPECT_EQ(high.compare(&low), 1);   // other lies below this one
+  EXPECT_EQ(high.compare(&low), 1);  // other lies below this one
   EXPECT_EQ(low.compare(&high), -1);
   EXPECT_TRUE(low.isEqual(&low));
   EXPECT_FALSE(low.isEqual(&high));
@@ -218,7 +217,7 @@ TEST_F(ObjectModel, AttributeSetKeepsKindsAndOrder) {
   EXPECT_EQ(i, 9);
   EXPECT_TRUE(set->getFloat("b", &f));  // integers read as floats
   EXPECT_EQ(f, 9.0);
-  EXPECT_FALSE(set->getInt("a", &i));   // wrong kind
+  EXPECT_FALSE(set->getInt("a", &i));  // wrong kind
   EXPECT_EQ(i, 0);
   EXPECT_FALSE(set->getString("missing", &s));
   EXPECT_EQ(s, "");
@@ -229,6 +228,7 @@ TEST_F(ObjectModel, AttributeSetKeepsKindsAndOrder) {
 class Listener : public CmObject {
  public:
   std::vector<std::pair<CmObject*, int>> heard;
+  using CmObject::update;
   void update(CmObject* sender, int message) override { heard.emplace_back(sender, message); }
 };
 

@@ -29,10 +29,10 @@ Bytes writePrimitives(int16_t swap) {
 
 TEST(Stream, PrimitivesAreLittleEndianUntilSwapped) {
   // 1.0 is 0x3FF0000000000000, -2.0f is 0xC0000000.
-  const Bytes little = {0x34, 0x12, 0x0D, 0x0C, 0x0B, 0x0A, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F,
-                        0,    0,    0,    0xC0, 3,    0,    0, 0, 'h', 'i', 0};
-  const Bytes big = {0x12, 0x34, 0x0A, 0x0B, 0x0C, 0x0D, 0x3F, 0xF0, 0, 0, 0, 0, 0, 0,
-                     0xC0, 0,    0,    0,    0,    0,    0,    3,    'h', 'i', 0};
+  const Bytes little = {0x34, 0x12, 0x0D, 0x0C, 0x0B, 0x0A, 0, 0, 0, 0,   0,   0, 0xF0,
+                        0x3F, 0,    0,    0,    0xC0, 3,    0, 0, 0, 'h', 'i', 0};
+  const Bytes big = {0x12, 0x34, 0x0A, 0x0B, 0x0C, 0x0D, 0x3F, 0xF0, 0, 0,   0,   0, 0,
+                     0,    0xC0, 0,    0,    0,    0,    0,    0,    3, 'h', 'i', 0};
   EXPECT_EQ(writePrimitives(0), little);
   EXPECT_EQ(writePrimitives(1), big);
   EXPECT_EQ(writePrimitives(-7), big);  // any non-zero flag swaps
@@ -59,8 +59,8 @@ TEST(Stream, PrimitivesRoundTripAtTheirLimits) {
     double f = 1;
     double g = 0;
     float h = 0;
-    ASSERT_TRUE(s.readInt16(&a) && s.readUInt16(&b) && s.readInt32(&c) && s.readUInt32(&d) &&
-                s.readInt64(&e) && s.readDouble(&f) && s.readDouble(&g) && s.readFloat(&h));
+    ASSERT_TRUE(s.readInt16(&a) && s.readUInt16(&b) && s.readInt32(&c) && s.readUInt32(&d) && s.readInt64(&e) &&
+                s.readDouble(&f) && s.readDouble(&g) && s.readFloat(&h));
     EXPECT_EQ(a, std::numeric_limits<int16_t>::min());
     EXPECT_EQ(b, std::numeric_limits<uint16_t>::max());
     EXPECT_EQ(c, std::numeric_limits<int32_t>::min());
@@ -94,12 +94,11 @@ TEST(Stream, StringLengthCountsTheNulAndBadLengthsFail) {
     bool ok;
     std::string text;
   } cases[] = {
-      {{4, 0, 0, 0, 'a', 'b', 'c', 0}, true, "abc"},
-      {{0, 0, 0, 0}, true, ""},                          // length below 1: no string
-      {{0xFF, 0xFF, 0xFF, 0xFF}, true, ""},              // negative: no string
-      {{9, 0, 0, 0, 'a', 'b'}, false, ""},               // longer than what remains
-      {{0xFF, 0xFF, 0xFF, 0x7F, 'a'}, false, ""},        // 2 GiB claimed: no allocation
-      {{3, 0, 0, 0, 'a', 0, 'b'}, true, "a"},            // text ends at its first NUL
+      {{4, 0, 0, 0, 'a', 'b', 'c', 0}, true, "abc"}, {{0, 0, 0, 0}, true, ""},  // length below 1: no string
+      {{0xFF, 0xFF, 0xFF, 0xFF}, true, ""},                                     // negative: no string
+      {{9, 0, 0, 0, 'a', 'b'}, false, ""},                                      // longer than what remains
+      {{0xFF, 0xFF, 0xFF, 0x7F, 'a'}, false, ""},                               // 2 GiB claimed: no allocation
+      {{3, 0, 0, 0, 'a', 0, 'b'}, true, "a"},                                   // text ends at its first NUL
   };
   for (const Case& c : cases) {
     FMemoryStream s(c.bytes);

@@ -2,9 +2,9 @@
 
 #include "foundation/FMemoryStream.h"
 #include "foundation/FObjectArchive.h"
-#include "model/GUndoManager.h"
-#include "model/MAccessor.h"
 #include "model/MModelInit.h"
+#include "model/tree/MAccessor.h"
+#include "model/undo/GUndoManager.h"
 
 namespace vantor::cmdtest {
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "foundation/FRef.h"
-#include "model/MArrayNode.h"
-#include "model/MCommand.h"
-#include "model/MEvent.h"
+#include "model/tree/MArrayNode.h"
+#include "model/tree/MEvent.h"
+#include "model/undo/MCommand.h"
 
 namespace vantor::cmdtest {
 

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <vector>
 
-#include "foundation/FObjectArchive.h"
 #include "foundation/FMemoryStream.h"
+#include "foundation/FObjectArchive.h"
 #include "foundation/FRef.h"
 
 namespace vantor::testing_tempo {

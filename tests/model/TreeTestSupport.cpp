@@ -4,9 +4,9 @@
 
 #include "foundation/FMemoryStream.h"
 #include "foundation/FObjectArchive.h"
-#include "model/MFolderDataEvent.h"
 #include "model/MModelInit.h"
-#include "model/MVirtualGroup.h"
+#include "model/tree/MFolderDataEvent.h"
+#include "model/tree/MVirtualGroup.h"
 
 namespace vantor::treetest {
 

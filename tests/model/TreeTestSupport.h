@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "foundation/FRef.h"
-#include "model/MEvent.h"
-#include "model/MProject.h"
-#include "model/MRoot.h"
+#include "model/tree/MEvent.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MRoot.h"
 
 namespace vantor::treetest {
 

@@ -51,21 +51,16 @@ class TTrailing : public FShared {
  public:
   int32_t value = 0;
   [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
-    return archive.stream().writeInt32(value) && archive.stream().writeInt32(-1) &&
-           archive.stream().writeInt32(-2);
+    return archive.stream().writeInt32(value) && archive.stream().writeInt32(-1) && archive.stream().writeInt32(-2);
   }
-  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override {
-    return archive.stream().readInt32(&value);
-  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override { return archive.stream().readInt32(&value); }
 };
 
 // A class whose reader always fails.
 class TBroken : public FShared {
   VANTOR_CLASS(TBroken)
  public:
-  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
-    return archive.stream().writeInt32(7);
-  }
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override { return archive.stream().writeInt32(7); }
   [[nodiscard]] bool readFromArchive(FObjectArchive&) override { return false; }
 };
 

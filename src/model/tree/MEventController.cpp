@@ -1,0 +1,109 @@
+#include "model/tree/MEventController.h"
+
+#include <algorithm>
+#include <mutex>
+
+#include "foundation/FClass.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MTrackEvent.h"
+
+namespace vantor {
+
+VANTOR_DEFINE_CLASS(MEventController, FShared, 0)
+VANTOR_DEFINE_CLASS(MPartController, MEventController, 0)
+
+bool MEventController::canMove(const MEvent& event) const { return !event.isLocked(); }
+bool MEventController::canResize(const MEvent& event) const { return !event.isLocked(); }
+bool MEventController::canDelete(const MEvent&) const { return true; }
+
+bool MEventController::canRename(const MEvent& event) const {
+  return dynamic_cast<const MTrackEvent*>(&event) != nullptr;
+}
+
+std::string MEventController::getName(const MEvent& event) const {
+  const auto* track = dynamic_cast<const MTrackEvent*>(&event);
+  return track != nullptr ? track->getName() : std::string();
+}
+
+bool MEventController::setName(MEvent& event, std::string name) const {
+  auto* track = dynamic_cast<MTrackEvent*>(&event);
+  if (track == nullptr || !canRename(event)) return false;
+  // A track without a node whose node class is unknown keeps no name.
+  track->setName(std::move(name));
+  return track->getNode() != nullptr;
+}
+
+FRef<MEventController> MEventController::forEvent(const MEvent& event) {
+  const MCategoryRegistry& registry = MCategoryRegistry::instance();
+  for (const FClass* cls = &event.getClass(); cls != nullptr; cls = cls->getBaseClass()) {
+    FRef<CmObject> object = registry.create(MCategoryRegistry::kEventController, cls->getClassName());
+    if (auto* controller = dynamic_cast<MEventController*>(object.get())) {
+      return FRef<MEventController>::share(controller);
+    }
+  }
+  return makeRef<MEventController>();
+}
+
+bool MPartController::canRename(const MEvent& event) const {
+  return dynamic_cast<const MPartEvent*>(&event) != nullptr && !event.isLocked();
+}
+
+std::string MPartController::getName(const MEvent& event) const {
+  const auto* part = dynamic_cast<const MPartEvent*>(&event);
+  return part != nullptr ? part->getName() : MEventController::getName(event);
+}
+
+bool MPartController::setName(MEvent& event, std::string name) const {
+  auto* part = dynamic_cast<MPartEvent*>(&event);
+  if (part == nullptr || !canRename(event)) return false;
+  part->setName(std::move(name));
+  return true;
+}
+
+MCategoryRegistry& MCategoryRegistry::instance() {
+  static MCategoryRegistry registry;
+  return registry;
+}
+
+void MCategoryRegistry::add(std::string_view category, Entry entry) {
+  std::unique_lock lock(mutex_);
+  auto it = categories_.find(category);
+  if (it == categories_.end()) it = categories_.emplace(std::string(category), std::vector<Entry>{}).first;
+  for (Entry& existing : it->second) {
+    if (existing.key == entry.key) {
+      existing = std::move(entry);
+      return;
+    }
+  }
+  it->second.push_back(std::move(entry));
+}
+
+std::optional<MCategoryRegistry::Entry> MCategoryRegistry::find(std::string_view category, std::string_view key) const {
+  std::shared_lock lock(mutex_);
+  auto it = categories_.find(category);
+  if (it == categories_.end()) return std::nullopt;
+  for (const Entry& entry : it->second) {
+    if (entry.key == key) return entry;
+  }
+  return std::nullopt;
+}
+
+std::vector<MCategoryRegistry::Entry> MCategoryRegistry::entries(std::string_view category) const {
+  std::vector<Entry> result;
+  {
+    std::shared_lock lock(mutex_);
+    auto it = categories_.find(category);
+    if (it != categories_.end()) result = it->second;
+  }
+  std::stable_sort(result.begin(), result.end(),
+                   [](const Entry& a, const Entry& b) { return a.priority > b.priority; });
+  return result;
+}
+
+FRef<CmObject> MCategoryRegistry::create(std::string_view category, std::string_view key) const {
+  std::optional<Entry> entry = find(category, key);
+  if (!entry || !entry->factory) return nullptr;
+  return entry->factory();
+}
+
+}  // namespace vantor

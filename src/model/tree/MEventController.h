@@ -1,0 +1,89 @@
+#pragma once
+// Event controllers: the per-class editing behaviour of events (whether an
+// event may be moved, resized, renamed, and how its name is read and set),
+// and the category registry in which track kinds ("Track Class") and event
+// controllers ("EventController") are registered by key.
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/FRef.h"
+#include "foundation/FShared.h"
+#include "model/tree/MEvent.h"
+
+namespace vantor {
+
+class MEventController : public FShared {
+  VANTOR_CLASS(MEventController)
+ public:
+  // Locked events refuse moves and resizes.
+  virtual bool canMove(const MEvent& event) const;
+  virtual bool canResize(const MEvent& event) const;
+  virtual bool canDelete(const MEvent& event) const;
+  // Track events carry a name (their node's); other events have none here.
+  virtual bool canRename(const MEvent& event) const;
+  virtual std::string getName(const MEvent& event) const;
+  // False (nothing changed) when the event cannot be renamed.
+  [[nodiscard]] virtual bool setName(MEvent& event, std::string name) const;
+
+  // The controller registered under "EventController" for the nearest
+  // class of event's chain (its own class first, then each base); a plain
+  // MEventController when none of them has one. Never null.
+  static FRef<MEventController> forEvent(const MEvent& event);
+};
+
+// Controller of parts: a part's name is its node's name, and a part may be
+// renamed while it is not locked.
+class MPartController : public MEventController {
+  VANTOR_CLASS(MPartController)
+ public:
+  bool canRename(const MEvent& event) const override;
+  std::string getName(const MEvent& event) const override;
+  [[nodiscard]] bool setName(MEvent& event, std::string name) const override;
+};
+
+// Registries of named entries by category. Each entry has a key (a track
+// kind, an event class name), a display key, a priority and a factory.
+// Areas register at start-up; afterwards the registry is mostly read.
+class MCategoryRegistry {
+ public:
+  static constexpr const char* kTrackClass = "Track Class";
+  static constexpr const char* kEventController = "EventController";
+  static constexpr int32_t kDefaultPriority = 2147483647;
+
+  using Factory = std::function<FRef<CmObject>()>;
+  struct Entry {
+    std::string key;
+    std::string displayKey;
+    int32_t priority = kDefaultPriority;
+    Factory factory;
+  };
+
+  static MCategoryRegistry& instance();
+
+  // Adds entry to category. An entry with the same key replaces the earlier
+  // one in its place (a later area may refine what an earlier one
+  // registered).
+  void add(std::string_view category, Entry entry);
+  // A copy of the entry, or nullopt.
+  std::optional<Entry> find(std::string_view category, std::string_view key) const;
+  // The category's entries, by descending priority, then in order of
+  // registration.
+  std::vector<Entry> entries(std::string_view category) const;
+  // A new object from the entry's factory, or nullptr for an unknown key.
+  FRef<CmObject> create(std::string_view category, std::string_view key) const;
+
+ private:
+  MCategoryRegistry() = default;
+
+  std::map<std::string, std::vector<Entry>, std::less<>> categories_;
+  mutable std::shared_mutex mutex_;
+};
+
+}  // namespace vantor

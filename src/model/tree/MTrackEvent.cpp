@@ -1,0 +1,213 @@
+#include "model/tree/MTrackEvent.h"
+
+#include <algorithm>
+#include <array>
+
+#include "foundation/FAttributes.h"
+#include "foundation/FClassRegistry.h"
+#include "foundation/FObjectArchive.h"
+#include "model/tree/MArrayNode.h"
+#include "model/tree/MTrackList.h"
+
+namespace vantor {
+
+VANTOR_DEFINE_ABSTRACT_CLASS(MTrackEvent, MEvent, 2)
+VANTOR_DEFINE_CLASS(MAudioTrackEvent, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MMidiTrackEvent, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MFolderTrack, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MDeviceTrackEvent, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MMarkerTrackEvent, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MTempoTrackEvent, MTrackEvent, 1)
+VANTOR_DEFINE_CLASS(MSignatureTrackEvent, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MFolderDataTrack, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MVideoTrackEvent, MTrackEvent, 0)
+
+namespace {
+
+constexpr std::array<uint32_t, 6> kKnownCodes = {MTrackAttribute::kExpanded,    MTrackAttribute::kSolo,
+                                                 MTrackAttribute::kColor,       MTrackAttribute::kSelected,
+                                                 MTrackAttribute::kEditEnabled, MTrackAttribute::kControl};
+
+FRef<MDataNode> makeListNode(const char* name) {
+  auto node = makeRef<MListNode>();
+  node->setName(name);
+  return node;
+}
+
+// Nodes whose classes live in another area of the model (tempo, signature)
+// are made by class name; nullptr while that class is not registered.
+FRef<MDataNode> makeNodeByName(const char* className, const char* name) {
+  CmObject* object = FClassRegistry::instance().create(className);
+  if (object == nullptr) return nullptr;
+  auto* node = dynamic_cast<MDataNode*>(object);
+  if (node == nullptr) {
+    object->release();
+    return nullptr;
+  }
+  FRef<MDataNode> ref(node);
+  if (ref->getName().empty()) ref->setName(name);
+  return ref;
+}
+
+}  // namespace
+
+MTrackEvent::MTrackEvent(const MTrackEvent& other)
+    : MEvent(other), track_(other.track_), attributes_(other.attributes_) {}
+
+std::string MTrackEvent::getName() const {
+  const MDataNode* node = getNode();
+  return node != nullptr ? node->getName() : std::string();
+}
+
+void MTrackEvent::setName(std::string name) {
+  if (getNode() == nullptr && !ensureContent()) return;
+  getNode()->setName(std::move(name));
+}
+
+int32_t MTrackEvent::getAttribute(uint32_t code) const {
+  auto it = std::lower_bound(attributes_.begin(), attributes_.end(), code,
+                             [](const Attribute& a, uint32_t c) { return a.first < c; });
+  return it != attributes_.end() && it->first == code ? it->second : 0;
+}
+
+bool MTrackEvent::hasAttribute(uint32_t code) const { return getAttribute(code) != 0; }
+
+void MTrackEvent::setAttribute(uint32_t code, int32_t value) {
+  auto it = std::lower_bound(attributes_.begin(), attributes_.end(), code,
+                             [](const Attribute& a, uint32_t c) { return a.first < c; });
+  const bool present = it != attributes_.end() && it->first == code;
+  if (value == 0) {
+    if (present) attributes_.erase(it);
+  } else if (present) {
+    it->second = value;
+  } else {
+    attributes_.insert(it, {code, value});
+  }
+}
+
+bool MTrackEvent::ensureContent() {
+  if (!track_) track_ = makeRef<MTrack>();
+  if (getNode() != nullptr) return true;
+  FRef<MDataNode> node = createNode();
+  if (!node) return false;
+  setNode(std::move(node));
+  return true;
+}
+
+bool MTrackEvent::writeToArchive(FObjectArchive& archive) const {
+  if (!MEvent::writeToArchive(archive) || !archive.writeObject(track_.get())) return false;
+  FStream& s = archive.stream();
+  if (!s.writeUInt32(static_cast<uint32_t>(attributes_.size()))) return false;
+  for (const auto& [code, value] : attributes_) {
+    if (!s.writeUInt32(code) || !s.writeInt32(value)) return false;
+  }
+  return true;
+}
+
+bool MTrackEvent::readFromArchive(FObjectArchive& archive) {
+  if (!MEvent::readFromArchive(archive)) return false;
+  FRef<MTrack> track;
+  if (!archive.readObjectAs(&track)) return false;
+  track_ = std::move(track);
+  FStream& s = archive.stream();
+  uint32_t count = 0;
+  if (!s.readUInt32(&count)) return false;
+  const int64_t left = s.remaining();
+  if (left != FStream::kUnknown && static_cast<int64_t>(count) * 8 > left) return false;
+  attributes_.clear();
+  for (uint32_t i = 0; i < count; ++i) {
+    uint32_t code = 0;
+    int32_t value = 0;
+    if (!s.readUInt32(&code) || !s.readInt32(&value)) return false;
+    if (value != 0 && !hasAttribute(code)) setAttribute(code, value);
+  }
+  return true;
+}
+
+bool MTrackEvent::storeAttributes(FAttributes& attributes) const {
+  if (!MEvent::storeAttributes(attributes)) return false;
+  if (track_) attributes.setObject("Track", FRef<CmObject>(track_));
+  for (const auto& [code, value] : attributes_) attributes.setInt(fourCCText(code), value);
+  return true;
+}
+
+bool MTrackEvent::restoreAttributes(const FAttributes& attributes) {
+  if (!MEvent::restoreAttributes(attributes)) return false;
+  if (auto* track = dynamic_cast<MTrack*>(attributes.getObject("Track"))) track_ = FRef<MTrack>::share(track);
+  for (uint32_t code : kKnownCodes) {
+    int64_t value = 0;
+    if (attributes.getInt(fourCCText(code), &value)) setAttribute(code, static_cast<int32_t>(value));
+  }
+  return true;
+}
+
+FRef<MDataNode> MAudioTrackEvent::createNode() const { return makeListNode("Audio"); }
+FRef<MDataNode> MMidiTrackEvent::createNode() const { return makeListNode("MIDI"); }
+FRef<MDataNode> MDeviceTrackEvent::createNode() const { return makeListNode("Device"); }
+FRef<MDataNode> MMarkerTrackEvent::createNode() const { return makeListNode("Markers"); }
+FRef<MDataNode> MFolderDataTrack::createNode() const { return makeListNode("Folder Data"); }
+FRef<MDataNode> MVideoTrackEvent::createNode() const { return makeListNode("Video"); }
+FRef<MDataNode> MTempoTrackEvent::createNode() const { return makeNodeByName("MTempoTrackNode", "Tempo"); }
+FRef<MDataNode> MSignatureTrackEvent::createNode() const { return makeNodeByName("MSignatureTrackNode", "Signature"); }
+
+FRef<MDataNode> MFolderTrack::createNode() const {
+  auto list = makeRef<MTrackList>();
+  list->setName("Folder");
+  return list;
+}
+
+MTrackList* MFolderTrack::getTrackList() const { return dynamic_cast<MTrackList*>(getNode()); }
+
+bool MFolderTrack::storeAttributes(FAttributes& attributes) const {
+  if (!MTrackEvent::storeAttributes(attributes)) return false;
+  attributes.setInt("Expanded", isExpanded() ? 1 : 0);
+  attributes.setInt("Solo", isSolo() ? 1 : 0);
+  return true;
+}
+
+bool MFolderTrack::restoreAttributes(const FAttributes& attributes) {
+  if (!MTrackEvent::restoreAttributes(attributes)) return false;
+  int64_t value = 0;
+  if (attributes.getInt("Expanded", &value)) setAttribute(MTrackAttribute::kExpanded, value != 0 ? 1 : 0);
+  if (attributes.getInt("Solo", &value)) setAttribute(MTrackAttribute::kSolo, value != 0 ? 1 : 0);
+  return true;
+}
+
+namespace {
+MDeviceKind deviceKindFrom(int64_t value) {
+  switch (value) {
+    case 1:
+      return MDeviceKind::kGroupChannel;
+    case 2:
+      return MDeviceKind::kMasterAutomation;
+    default:
+      return MDeviceKind::kDevice;
+  }
+}
+}  // namespace
+
+bool MDeviceTrackEvent::writeToArchive(FObjectArchive& archive) const {
+  return MTrackEvent::writeToArchive(archive) && archive.stream().writeInt16(static_cast<int16_t>(kind_));
+}
+
+bool MDeviceTrackEvent::readFromArchive(FObjectArchive& archive) {
+  int16_t kind = 0;
+  if (!MTrackEvent::readFromArchive(archive) || !archive.stream().readInt16(&kind)) return false;
+  kind_ = deviceKindFrom(kind);
+  return true;
+}
+
+bool MDeviceTrackEvent::storeAttributes(FAttributes& attributes) const {
+  if (!MTrackEvent::storeAttributes(attributes)) return false;
+  attributes.setInt("Device Kind", static_cast<int64_t>(kind_));
+  return true;
+}
+
+bool MDeviceTrackEvent::restoreAttributes(const FAttributes& attributes) {
+  if (!MTrackEvent::restoreAttributes(attributes)) return false;
+  int64_t kind = 0;
+  if (attributes.getInt("Device Kind", &kind)) kind_ = deviceKindFrom(kind);
+  return true;
+}
+
+}  // namespace vantor

@@ -1,0 +1,231 @@
+#include "model/edit/MSizeCommand.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "model/CommandTestSupport.h"
+#include "model/tree/MAccessor.h"
+
+namespace vantor {
+namespace {
+
+using cmdtest::CountingNode;
+
+class CommandSize : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    cmdtest::initializeCommandTests();
+    node_ = makeRef<CountingNode>();
+  }
+  MEvent* add(double start, double length, double offset, int32_t tag) {
+    return cmdtest::put(*node_, cmdtest::makeEvent(start, length, offset, tag));
+  }
+  FRef<MEvent> share(MEvent* event) { return FRef<MEvent>::share(event); }
+  FRef<MDataNode> node() { return FRef<MDataNode>(node_); }
+  void resetCounts() { node_->willChange = node_->changedExtent = node_->changedEvents = 0; }
+
+  FRef<CountingNode> node_;
+};
+
+TEST_F(CommandSize, PerformingTwiceLeavesTheEventAsItWas) {
+  MEvent* event = add(960, 1920, 240, 1);
+  FRef<MSizeCommand> size(new MSizeCommand(share(event), node(), 480, 960, 0));
+  EXPECT_EQ(size->flags(), 0x2 | 0x8 | 0x10 | 0x20);
+  ASSERT_TRUE(size->perform());
+  EXPECT_EQ(event->getStart(), 480);
+  EXPECT_EQ(event->getLength(), 960);
+  EXPECT_EQ(event->getOffset(), 0);
+  // The command now holds the replaced values.
+  EXPECT_EQ(size->start(), 960);
+  EXPECT_EQ(size->length(), 1920);
+  EXPECT_EQ(size->offset(), 240);
+  ASSERT_TRUE(size->undo());  // the second exchange
+  EXPECT_EQ(event->getStart(), 960);
+  EXPECT_EQ(event->getLength(), 1920);
+  EXPECT_EQ(event->getOffset(), 240);
+  ASSERT_TRUE(size->redo());
+  ASSERT_TRUE(size->undo());
+  EXPECT_EQ(event->getStart(), 960);
+  EXPECT_EQ(event->getParent(), node_.get());
+}
+
+TEST_F(CommandSize, ALengthChangeNeverTakesTheEventOutOfTheOrder) {
+  // Three events of equal start: the middle one keeps its rank.
+  add(480, 100, 0, 1);
+  MEvent* middle = add(480, 100, 0, 2);
+  add(480, 100, 0, 3);
+  resetCounts();
+  FRef<MLengthCommand> length(new MLengthCommand(share(middle), node(), 5000));
+  EXPECT_EQ(length->flags(), 0x2 | 0x10);
+  ASSERT_TRUE(length->perform());
+  EXPECT_EQ(middle->getLength(), 5000);
+  // Removing or inserting would have called eventsChanged; only the extent
+  // announcements came.
+  EXPECT_EQ(node_->changedEvents, 0);
+  EXPECT_EQ(node_->willChange, 1);
+  EXPECT_EQ(node_->changedExtent, 1);
+  EXPECT_EQ(cmdtest::tagsOf(*node_), (std::vector<int32_t>{1, 2, 3}));
+  ASSERT_TRUE(length->undo());
+  EXPECT_EQ(node_->changedEvents, 0);
+  EXPECT_EQ(middle->getLength(), 100);
+}
+
+TEST_F(CommandSize, AStartChangeReordersAndUndoRestoresTheRank) {
+  add(480, 100, 0, 1);
+  MEvent* middle = add(480, 100, 0, 2);
+  add(480, 100, 0, 3);
+  add(960, 100, 0, 4);
+  resetCounts();
+  FRef<MSizeCommand> move(new MSizeCommand(share(middle), node(), 1000, 100, 0));
+  ASSERT_TRUE(move->perform());
+  EXPECT_EQ(cmdtest::tagsOf(*node_), (std::vector<int32_t>{1, 3, 4, 2}));
+  EXPECT_EQ(node_->changedEvents, 2);  // taken out, put back
+  ASSERT_TRUE(move->undo());
+  EXPECT_EQ(cmdtest::tagsOf(*node_), (std::vector<int32_t>{1, 2, 3, 4}));
+}
+
+TEST_F(CommandSize, WithoutAWriteAccessorNothingChangesAndValidIsCleared) {
+  MEvent* event = add(960, 1920, 0, 1);
+  node_->setReadOnly(true);
+  FRef<MSizeCommand> size(new MSizeCommand(share(event), node(), 0, 10, 5));
+  EXPECT_TRUE(size->isValid());
+  EXPECT_FALSE(size->perform());
+  EXPECT_FALSE(size->isValid());
+  EXPECT_EQ(size->flags() & 0x2, 0);
+  EXPECT_EQ(size->flags() & 0x38, 0x38);  // the change bits stay
+  EXPECT_EQ(event->getStart(), 960);
+  EXPECT_EQ(event->getLength(), 1920);
+  EXPECT_EQ(event->getOffset(), 0);
+  EXPECT_EQ(size->state(), MCommand::kStateNew);
+  // Undo against a node that became read-only fails the same way.
+  node_->setReadOnly(false);
+  FRef<MSizeCommand> other(new MSizeCommand(share(event), node(), 0, 10, 5));
+  ASSERT_TRUE(other->perform());
+  node_->setReadOnly(true);
+  EXPECT_FALSE(other->undo());
+  EXPECT_FALSE(other->isValid());
+  EXPECT_EQ(event->getStart(), 0);
+  EXPECT_EQ(other->state(), MCommand::kStatePerformed);
+}
+
+TEST_F(CommandSize, AnEventNotInTheNodeIsRefused) {
+  FRef<MEvent> loose = cmdtest::makeEvent(0, 10);
+  FRef<MSizeCommand> size(new MSizeCommand(loose, node(), 5, 10, 0));
+  EXPECT_FALSE(size->perform());
+  EXPECT_FALSE(size->isValid());
+  EXPECT_EQ(loose->getStart(), 0);
+}
+
+TEST_F(CommandSize, LockedEventsAndBadValuesAreRefused) {
+  MEvent* event = add(960, 1920, 0, 1);
+  event->setFlag(MEventFlag::kLocked, true);
+  FRef<MSizeEndCommand> end(new MSizeEndCommand(share(event), node(), 4000));
+  EXPECT_FALSE(end->perform());
+  EXPECT_EQ(event->getLength(), 1920);
+  event->setFlag(MEventFlag::kLocked, false);
+  // An end before the start would make the length negative.
+  FRef<MSizeEndCommand> backwards(new MSizeEndCommand(share(event), node(), 900));
+  EXPECT_FALSE(backwards->perform());
+  FRef<MLengthCommand> nan(new MLengthCommand(share(event), node(), std::nan("")));
+  EXPECT_FALSE(nan->perform());
+  FRef<MOffsetCommand> infinite(new MOffsetCommand(share(event), node(), std::numeric_limits<double>::infinity()));
+  EXPECT_FALSE(infinite->perform());
+  EXPECT_EQ(event->getLength(), 1920);
+  EXPECT_EQ(event->getOffset(), 0);
+}
+
+TEST_F(CommandSize, SubclassesChangeWhatTheirNamesSay) {
+  // The event: start 960, length 1920 (end 2880), offset 240; its content
+  // origin (start - offset) lies at 720.
+  struct Row {
+    const char* name;
+    uint16_t flags;
+    double start, length, offset;
+  };
+  const Row rows[] = {
+      // Size start to 480: the end stays (2880 - 480 = 2400), the content stays
+      // (origin 720: offset = 480 - 720 = -240).
+      {"MSizeStartCommand", 0x3A, 480, 2400, -240},
+      // Move start to 480: the end stays, the content moves (offset stays).
+      {"MMoveStartCommand", 0x1A, 480, 2400, 240},
+      // Size end to 3840: length 3840 - 960 = 2880.
+      {"MSizeEndCommand", 0x12, 960, 2880, 240},
+      {"MLengthCommand", 0x12, 960, 100, 240},
+      {"MOffsetCommand", 0x22, 960, 1920, 480},
+  };
+  for (const Row& row : rows) {
+    FRef<CountingNode> node = makeRef<CountingNode>();
+    MEvent* event = cmdtest::put(*node, cmdtest::makeEvent(960, 1920, 240));
+    FRef<MEvent> e = FRef<MEvent>::share(event);
+    FRef<MDataNode> n(node);
+    FRef<MSizeCommand> command;
+    const std::string name = row.name;
+    if (name == "MSizeStartCommand") command.reset(new MSizeStartCommand(e, n, 480));
+    if (name == "MMoveStartCommand") command.reset(new MMoveStartCommand(e, n, 480));
+    if (name == "MSizeEndCommand") command.reset(new MSizeEndCommand(e, n, 3840));
+    if (name == "MLengthCommand") command.reset(new MLengthCommand(e, n, 100));
+    if (name == "MOffsetCommand") command.reset(new MOffsetCommand(e, n, 480));
+    ASSERT_TRUE(command) << name;
+    EXPECT_STREQ(command->getClassName(), row.name);
+    EXPECT_EQ(command->flags(), row.flags) << name;
+    ASSERT_TRUE(command->perform()) << name;
+    EXPECT_EQ(event->getStart(), row.start) << name;
+    EXPECT_EQ(event->getLength(), row.length) << name;
+    EXPECT_EQ(event->getOffset(), row.offset) << name;
+    ASSERT_TRUE(command->undo()) << name;
+    EXPECT_EQ(event->getStart(), 960) << name;
+    EXPECT_EQ(event->getLength(), 1920) << name;
+    EXPECT_EQ(event->getOffset(), 240) << name;
+  }
+}
+
+TEST_F(CommandSize, DescriptionsNameTheEdit) {
+  MEvent* event = add(0, 10, 0, 1);
+  EXPECT_EQ(MSizeCommand(share(event), node(), 0, 1, 0).description(), "Size");
+  EXPECT_EQ(MOffsetCommand(share(event), node(), 1).description(), "Set Offset");
+  EXPECT_EQ(MSizeStartCommand(share(event), node(), 1).description(), "Size Start");
+  EXPECT_EQ(MSizeEndCommand(share(event), node(), 1).description(), "Size End");
+  EXPECT_EQ(MMoveStartCommand(share(event), node(), 1).description(), "Move Start");
+  EXPECT_EQ(MLengthCommand(share(event), node(), 1).description(), "Length");
+}
+
+TEST_F(CommandSize, TheSameEditUnites) {
+  MEvent* a = add(0, 100, 0, 1);
+  MEvent* b = add(0, 100, 0, 2);
+  FRef<CountingNode> elsewhere = makeRef<CountingNode>();
+  MSizeEndCommand first(share(a), node(), 200);
+  // Same event, node and change bits: an end drag and a length entry unite.
+  EXPECT_TRUE(first.unite(MSizeEndCommand(share(a), node(), 300)));
+  EXPECT_TRUE(first.unite(MLengthCommand(share(a), node(), 50)));
+  // Other bits, another event, another node: no.
+  EXPECT_FALSE(first.unite(MSizeStartCommand(share(a), node(), 10)));
+  EXPECT_FALSE(first.unite(MOffsetCommand(share(a), node(), 10)));
+  EXPECT_FALSE(first.unite(MSizeEndCommand(share(b), node(), 300)));
+  EXPECT_FALSE(first.unite(MSizeEndCommand(share(a), FRef<MDataNode>(elsewhere), 300)));
+  cmdtest::LogCommand other;
+  EXPECT_FALSE(first.unite(other));
+}
+
+TEST_F(CommandSize, UnitedDragsUndoToTheFirstValues) {
+  MEvent* event = add(0, 100, 10, 1);
+  FRef<MSizeStartCommand> first(new MSizeStartCommand(share(event), node(), 20));
+  ASSERT_TRUE(first->perform());
+  FRef<MSizeStartCommand> second(new MSizeStartCommand(share(event), node(), 40));
+  ASSERT_TRUE(second->perform());
+  ASSERT_TRUE(first->unite(*second));
+  // Undoing the first alone returns to before both.
+  ASSERT_TRUE(first->undo());
+  EXPECT_EQ(event->getStart(), 0);
+  EXPECT_EQ(event->getLength(), 100);
+  EXPECT_EQ(event->getOffset(), 10);
+  ASSERT_TRUE(first->redo());
+  EXPECT_EQ(event->getStart(), 40);
+  EXPECT_EQ(event->getLength(), 60);
+  EXPECT_EQ(event->getOffset(), 50);
+}
+
+}  // namespace
+}  // namespace vantor

@@ -1,0 +1,306 @@
+#include "model/time/MTempoCommands.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "foundation/FClassRegistry.h"
+#include "foundation/FClock.h"
+#include "model/MModelInit.h"
+#include "model/TempoTestSupport.h"
+#include "model/undo/GUndoManager.h"
+
+namespace vantor {
+namespace {
+
+using namespace testing_tempo;
+
+// The BPM a tempo event holds after being set to bpm: SPB is a float.
+double storedBpmOf(double bpm) { return 60.0 / static_cast<double>(static_cast<float>(60.0 / bpm)); }
+
+class TempoCommandsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    initializeModel();
+    // Tempo: 120 BPM at 0, 60 BPM at 1920, 240 BPM at 3840.
+    FRef<MAccessor> tempo = tempo_->getWriteAccessor();
+    ASSERT_TRUE(tempo->insert(makeRef<MTempoEvent>(1920.0, 60.0)));
+    ASSERT_TRUE(tempo->insert(makeRef<MTempoEvent>(3840.0, 240.0)));
+    // Signatures: 4/4 at 0, 6/8 eight bars later, 4/4 at 20000.
+    FRef<MAccessor> sigs = signatures_->getWriteAccessor();
+    ASSERT_TRUE(sigs->insert(makeRef<MTimeSignatureEvent>(8 * 1920, 6, 8)));
+    ASSERT_TRUE(sigs->insert(makeRef<MTimeSignatureEvent>(20000, 4, 4)));
+  }
+
+  std::vector<uint8_t> tempoBytes() const { return archiveBytes(tempo_.get()); }
+  std::vector<uint8_t> signatureBytes() const { return archiveBytes(signatures_.get()); }
+  std::vector<int32_t> signaturePositions() const {
+    std::vector<int32_t> result;
+    for (size_t i = 0; i < signatures_->signatureCount(); ++i) {
+      result.push_back(signatures_->signature(i)->getPosition());
+    }
+    return result;
+  }
+  FRef<MTempoEvent> tempoEvent(size_t index) const { return FRef<MTempoEvent>::share(tempo_->tempoEvent(index)); }
+  FRef<MTimeSignatureEvent> signature(size_t index) const {
+    return FRef<MTimeSignatureEvent>::share(signatures_->signature(index));
+  }
+
+  // Performs, undoes and redoes command, checking that undo restores the
+  // archive bytes of both tracks exactly and redo gives the performed ones.
+  void checkUndoRedo(MCommand& command) {
+    const std::vector<uint8_t> tempoBefore = tempoBytes();
+    const std::vector<uint8_t> sigsBefore = signatureBytes();
+    ASSERT_TRUE(command.perform());
+    const std::vector<uint8_t> tempoAfter = tempoBytes();
+    const std::vector<uint8_t> sigsAfter = signatureBytes();
+    EXPECT_TRUE(tempoAfter != tempoBefore || sigsAfter != sigsBefore) << "the command changed nothing";
+    for (int round = 0; round < 2; ++round) {
+      ASSERT_TRUE(command.undo());
+      EXPECT_EQ(tempoBytes(), tempoBefore);
+      EXPECT_EQ(signatureBytes(), sigsBefore);
+      ASSERT_TRUE(command.redo());
+      EXPECT_EQ(tempoBytes(), tempoAfter);
+      EXPECT_EQ(signatureBytes(), sigsAfter);
+    }
+  }
+
+  FRef<MTempoTrackNode> tempo_ = makeRef<MTempoTrackNode>();
+  FRef<MSignatureTrackNode> signatures_ = makeRef<MSignatureTrackNode>();
+};
+
+TEST_F(TempoCommandsTest, CommandsAreCreatedByClassName) {
+  for (const char* name : {"MSetTempoCommand", "MTempoTypeCommand", "MTimeSignatureCommand"}) {
+    FRef<CmObject> made(FClassRegistry::instance().create(name));
+    ASSERT_TRUE(made) << name;
+    EXPECT_TRUE(made->isKindOf("MCommand")) << name;
+  }
+}
+
+TEST_F(TempoCommandsTest, SetTempoOfAnEventMovesLaterTimesAndUndoesExactly) {
+  auto command = makeRef<MSetTempoCommand>(tempoEvent(1), 30.0);
+  EXPECT_EQ(command->description(), "Set Tempo");
+  checkUndoRedo(*command);
+  EXPECT_FALSE(command->inserted());
+  // 2 s to 1920, then 4 beats at 30 BPM (2 s each): 10 s.
+  EXPECT_EQ(tempo_->tempoEvent(2)->getTime(), 10.0);
+  EXPECT_EQ(tempo_->tempoEvent(1)->getBPM(), 30.0);
+}
+
+TEST_F(TempoCommandsTest, SetTempoAtANewPositionInsertsAnEvent) {
+  auto command = makeRef<MSetTempoCommand>(tempo_, 960.0, 240.0, MTempoFunc::kRamp);
+  checkUndoRedo(*command);
+  EXPECT_TRUE(command->inserted());
+  ASSERT_EQ(tempo_->tempoCount(), 4u);
+  EXPECT_EQ(tempo_->tempoEvent(1), command->event());
+  EXPECT_EQ(command->event()->getFunc(), MTempoFunc::kRamp);
+  // 120 ramps to 240 BPM over 2 beats: slope 60 BPM per beat, (60 / 60) * ln 2 s;
+  // then 2 beats at 240 BPM: 0.5 s.
+  EXPECT_NEAR(tempo_->tempoEvent(2)->getTime(), std::log(2.0) + 0.5, 1e-12);
+  ASSERT_TRUE(command->undo());
+  EXPECT_EQ(tempo_->tempoCount(), 3u);
+  EXPECT_EQ(tempo_->tempoEvent(1)->getTime(), 2.0);
+}
+
+TEST_F(TempoCommandsTest, SetTempoAtAnEventsPositionChangesThatEvent) {
+  auto command = makeRef<MSetTempoCommand>(tempo_, 1920.0, 120.0);
+  checkUndoRedo(*command);
+  EXPECT_FALSE(command->inserted());
+  EXPECT_EQ(tempo_->tempoCount(), 3u);
+  EXPECT_EQ(command->event(), tempo_->tempoEvent(1));
+  EXPECT_EQ(tempo_->tempoEvent(2)->getTime(), 4.0);  // 120 BPM all the way: 8 beats
+}
+
+TEST_F(TempoCommandsTest, TempoKeepsToTheEditorsRange) {
+  auto slow = makeRef<MSetTempoCommand>(tempoEvent(0), 0.5);
+  ASSERT_TRUE(slow->perform());
+  EXPECT_EQ(tempo_->tempoEvent(0)->getSPB(), 60.0f);  // 1 BPM
+  auto fast = makeRef<MSetTempoCommand>(tempoEvent(0), 5000.0);
+  ASSERT_TRUE(fast->perform());
+  EXPECT_EQ(tempo_->tempoEvent(0)->getSPB(), static_cast<float>(60.0 / 999.99));
+  EXPECT_EQ(tempo_->tempoEvent(0)->getTempoHundredths(), 99999);
+}
+
+TEST_F(TempoCommandsTest, SetTempoRefusesWhatItCannotDo) {
+  const std::vector<uint8_t> before = tempoBytes();
+  EXPECT_FALSE(makeRef<MSetTempoCommand>(tempo_, -1.0, 100.0)->perform());
+  EXPECT_FALSE(makeRef<MSetTempoCommand>(tempo_, std::numeric_limits<double>::quiet_NaN(), 100.0)->perform());
+  // An event on no track.
+  EXPECT_FALSE(makeRef<MSetTempoCommand>(makeRef<MTempoEvent>(), 100.0)->perform());
+  tempo_->setReadOnly(true);
+  auto command = makeRef<MSetTempoCommand>(tempoEvent(1), 100.0);
+  EXPECT_FALSE(command->perform());
+  EXPECT_EQ(command->state(), MCommand::kStateNew);
+  EXPECT_FALSE(makeRef<MSetTempoCommand>(tempo_, 100.0, 100.0)->perform());
+  EXPECT_EQ(tempoBytes(), before);
+}
+
+TEST_F(TempoCommandsTest, UndoFailsOnAReadOnlyTrackAndChangesNothing) {
+  auto command = makeRef<MSetTempoCommand>(tempo_, 960.0, 100.0);
+  ASSERT_TRUE(command->perform());
+  const std::vector<uint8_t> after = tempoBytes();
+  tempo_->setReadOnly(true);
+  EXPECT_FALSE(command->undo());
+  EXPECT_EQ(tempoBytes(), after);
+  EXPECT_EQ(command->state(), MCommand::kStatePerformed);
+  tempo_->setReadOnly(false);
+  EXPECT_TRUE(command->undo());
+}
+
+TEST_F(TempoCommandsTest, QuickSetTemposOfOneEventUniteIntoOneUndoStep) {
+  FManualClock clock(1000);
+  GUndoManager manager(clock);
+  const std::vector<uint8_t> before = tempoBytes();
+  ASSERT_TRUE(manager.perform(makeRef<MSetTempoCommand>(tempoEvent(1), 70.0)));
+  clock.advance(300);
+  ASSERT_TRUE(manager.perform(makeRef<MSetTempoCommand>(tempoEvent(1), 80.0)));
+  clock.advance(300);
+  ASSERT_TRUE(manager.perform(makeRef<MSetTempoCommand>(tempo_, 1920.0, 90.0)));  // same event, by position
+  EXPECT_EQ(manager.undoCount(), 1u);
+  EXPECT_EQ(manager.undoText(), "Undo Set Tempo");
+  const std::vector<uint8_t> after = tempoBytes();
+  ASSERT_TRUE(manager.undo());
+  EXPECT_EQ(tempoBytes(), before);
+  ASSERT_TRUE(manager.redo());
+  EXPECT_EQ(tempoBytes(), after);
+  EXPECT_EQ(tempo_->tempoEvent(1)->getBPM(), storedBpmOf(90.0));
+
+  // Another event, or after the window, makes an entry of its own.
+  clock.advance(300);
+  ASSERT_TRUE(manager.perform(makeRef<MSetTempoCommand>(tempoEvent(2), 200.0)));
+  clock.advance(900);
+  ASSERT_TRUE(manager.perform(makeRef<MSetTempoCommand>(tempoEvent(2), 210.0)));
+  EXPECT_EQ(manager.undoCount(), 3u);
+}
+
+TEST_F(TempoCommandsTest, AnInsertedTempoUnitesWithItsFollowingChanges) {
+  FManualClock clock(0);
+  GUndoManager manager(clock);
+  const std::vector<uint8_t> before = tempoBytes();
+  auto insert = makeRef<MSetTempoCommand>(tempo_, 2880.0, 100.0);
+  ASSERT_TRUE(manager.perform(insert));
+  clock.advance(100);
+  ASSERT_TRUE(manager.perform(makeRef<MSetTempoCommand>(FRef<MTempoEvent>::share(insert->event()), 150.0)));
+  EXPECT_EQ(manager.undoCount(), 1u);
+  const std::vector<uint8_t> after = tempoBytes();
+  ASSERT_TRUE(manager.undo());
+  EXPECT_EQ(tempoBytes(), before);
+  ASSERT_TRUE(manager.redo());
+  EXPECT_EQ(tempoBytes(), after);
+  EXPECT_EQ(tempo_->tempoEvent(2)->getBPM(), storedBpmOf(150.0));
+}
+
+TEST_F(TempoCommandsTest, TempoTypeTurnsAJumpIntoARamp) {
+  auto command = makeRef<MTempoTypeCommand>(tempoEvent(1), MTempoFunc::kRamp);
+  EXPECT_EQ(command->description(), "Set Tempo Type");
+  checkUndoRedo(*command);
+  EXPECT_TRUE(tempo_->tempoEvent(1)->isRamp());
+  // 120 ramps down to 60 over 4 beats: (60 / -15) * ln(60 / 120) = 4 ln 2 s.
+  EXPECT_NEAR(tempo_->tempoEvent(1)->getTime(), 4.0 * std::log(2.0), 1e-12);
+  EXPECT_FALSE(makeRef<MTempoTypeCommand>(tempoEvent(1), 2)->perform());
+  EXPECT_FALSE(makeRef<MTempoTypeCommand>(makeRef<MTempoEvent>(), MTempoFunc::kRamp)->perform());
+}
+
+TEST_F(TempoCommandsTest, ModifyingTheFirstSignatureMovesTheLaterOnes) {
+  // 4/4 -> 3/4 at bar 1, next signature 8 bars later: every later one moves
+  // by -480 * 8.
+  auto command = makeRef<MTimeSignatureCommand>(signature(0), MSignatureValues{3, 4, {0, 0, 0}});
+  EXPECT_EQ(command->description(), "Modify Signature");
+  checkUndoRedo(*command);
+  EXPECT_EQ(command->shift(), -3840);
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360 - 3840, 20000 - 3840}));
+  EXPECT_EQ(signatures_->signature(0)->getNumerator(), 3);
+  ASSERT_TRUE(command->undo());
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360, 20000}));
+  EXPECT_EQ(signatures_->signature(0)->getNumerator(), 4);
+  EXPECT_EQ(command->description(), "Modify Signature");
+}
+
+TEST_F(TempoCommandsTest, AddingASignatureKeepsLaterBarNumbers) {
+  // 3/4 at bar 5 (7680): the 6/8 at bar 9 moves from 15360 to
+  // 7680 + 4 * 1440 = 13440, the 4/4 at 20000 by the same -1920.
+  auto command = makeRef<MTimeSignatureCommand>(signatures_, 7680, MSignatureValues{3, 4, {1, 2, 0}});
+  EXPECT_EQ(command->description(), "Add Signature");
+  checkUndoRedo(*command);
+  EXPECT_EQ(command->description(), "Add Signature");
+  EXPECT_EQ(command->shift(), -1920);
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 7680, 13440, 18080}));
+  EXPECT_EQ(signatures_->barNumberAt(13440), 9);
+  EXPECT_EQ(command->signature()->getSubNumerator(1), 2);
+}
+
+TEST_F(TempoCommandsTest, AddingWhereASignatureIsModifiesIt) {
+  auto command = makeRef<MTimeSignatureCommand>(signatures_, 15360, MSignatureValues{7, 8, {0, 0, 0}});
+  EXPECT_EQ(command->description(), "Modify Signature");
+  checkUndoRedo(*command);
+  EXPECT_EQ(signatures_->signatureCount(), 3u);
+  // 6/8 (1440) -> 7/8 (1680): 4640 / 1440 = 3 whole old bars up to 20000,
+  // so +240 * 3.
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360, 20720}));
+}
+
+TEST_F(TempoCommandsTest, AddingLessThanABarBeforeTheNextMovesNothing) {
+  // 3/4 at 14660, 700 pulses before the 6/8: n = 700 / 1920 = 0.
+  auto command = makeRef<MTimeSignatureCommand>(signatures_, 14660, MSignatureValues{3, 4, {}});
+  checkUndoRedo(*command);
+  EXPECT_EQ(command->shift(), 0);
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 14660, 15360, 20000}));
+}
+
+TEST_F(TempoCommandsTest, UndoRestoresPositionsOffTheOldBarGrid) {
+  // 6/8 (1440) at 15360 -> 1/8 (240); the next signature lies 4640 pulses on,
+  // 3 old bars and 320: it moves by (240 - 1440) * 3 = -3600 to 16400.
+  auto command = makeRef<MTimeSignatureCommand>(signature(1), MSignatureValues{1, 8, {}});
+  checkUndoRedo(*command);
+  EXPECT_EQ(command->shift(), -3600);
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360, 16400}));
+  // Counting again with the lengths swapped would find 1040 / 240 = 4 bars
+  // and move by +4800; undo moves back by the recorded 3600 instead.
+  EXPECT_EQ(signatures_->followingShift(signatures_->signature(1), 240, 1440), 4800);
+  ASSERT_TRUE(command->undo());
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360, 20000}));
+}
+
+TEST_F(TempoCommandsTest, SignatureCommandRefusesBadValues) {
+  const std::vector<uint8_t> before = signatureBytes();
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{0, 4, {}})->perform());
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{4, 0, {}})->perform());
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, -1, MSignatureValues{4, 4, {}})->perform());
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(makeRef<MTimeSignatureEvent>(), MSignatureValues{3, 4, {}})->perform());
+  signatures_->setReadOnly(true);
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signature(0), MSignatureValues{3, 4, {}})->perform());
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{3, 4, {}})->perform());
+  EXPECT_EQ(signatureBytes(), before);
+}
+
+TEST_F(TempoCommandsTest, AHistoryOfEditsUndoesToTheStartAndRedoesToTheEnd) {
+  FManualClock clock(0);
+  GUndoManager manager(clock);
+  const std::vector<uint8_t> tempoStart = tempoBytes();
+  const std::vector<uint8_t> sigsStart = signatureBytes();
+  std::vector<FRef<MCommand>> commands = {
+      makeRef<MSetTempoCommand>(tempo_, 480.0, 90.0, MTempoFunc::kRamp),
+      makeRef<MTempoTypeCommand>(tempoEvent(2), MTempoFunc::kRamp),
+      makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{5, 4, {3, 2, 0}}),
+      makeRef<MSetTempoCommand>(tempoEvent(0), 133.33),
+      makeRef<MTimeSignatureCommand>(signature(0), MSignatureValues{2, 2, {}}),
+  };
+  for (const FRef<MCommand>& command : commands) {
+    ASSERT_TRUE(manager.perform(command)) << command->description();
+    clock.advance(1000);
+  }
+  EXPECT_EQ(manager.undoCount(), commands.size());
+  const std::vector<uint8_t> tempoEnd = tempoBytes();
+  const std::vector<uint8_t> sigsEnd = signatureBytes();
+  while (manager.canUndo()) ASSERT_TRUE(manager.undo());
+  EXPECT_EQ(tempoBytes(), tempoStart);
+  EXPECT_EQ(signatureBytes(), sigsStart);
+  while (manager.canRedo()) ASSERT_TRUE(manager.redo());
+  EXPECT_EQ(tempoBytes(), tempoEnd);
+  EXPECT_EQ(signatureBytes(), sigsEnd);
+}
+
+}  // namespace
+}  // namespace vantor

@@ -1,0 +1,227 @@
+// Tracks: the track attribute set, MTrack, device tracks, folder
+// attributes and the automatic fade settings.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "foundation/FAttributes.h"
+#include "model/TreeTestSupport.h"
+#include "model/tree/MAutoFadeSetting.h"
+#include "model/tree/MTrack.h"
+#include "model/tree/MTrackEvent.h"
+#include "model/tree/MTrackList.h"
+
+namespace vantor {
+namespace {
+
+using treetest::loadArchive;
+using treetest::saveArchive;
+
+class TreeTrack : public ::testing::Test {
+ protected:
+  void SetUp() override { treetest::initializeTreeTests(); }
+};
+
+template <class T>
+FRef<T> roundTrip(const T& object) {
+  bool ok = false;
+  const auto bytes = saveArchive(&object, &ok);
+  EXPECT_TRUE(ok);
+  FRef<CmObject> loaded = loadArchive(bytes, &ok);
+  EXPECT_TRUE(ok);
+  auto* typed = dynamic_cast<T*>(loaded.get());
+  EXPECT_NE(typed, nullptr);
+  return FRef<T>::share(typed);
+}
+
+bool containsWord(const std::vector<uint8_t>& bytes, uint32_t word) {
+  // The stream is little-endian: the lowest byte comes first.
+  const uint8_t pattern[4] = {static_cast<uint8_t>(word), static_cast<uint8_t>(word >> 8),
+                              static_cast<uint8_t>(word >> 16), static_cast<uint8_t>(word >> 24)};
+  return std::search(bytes.begin(), bytes.end(), pattern, pattern + 4) != bytes.end();
+}
+
+TEST_F(TreeTrack, AttributeCodesHoldTheLettersFirstLetterHighest) {
+  // 'E' 0x45, 'x' 0x78, 'p' 0x70, 'd' 0x64; 'S' 0x53, 'o' 0x6F, 'l' 0x6C;
+  // 'C' 0x43, 'r' 0x72; 'l' 0x6C, 'c' 0x63, 't' 0x74; 'E' 0x45, 'i' 0x69;
+  // 'C' 0x43, 't' 0x74, 'r' 0x72, 'l' 0x6C.
+  EXPECT_EQ(MTrackAttribute::kExpanded, 0x45787064u);
+  EXPECT_EQ(MTrackAttribute::kSolo, 0x536F6C6Fu);
+  EXPECT_EQ(MTrackAttribute::kColor, 0x436F6C72u);
+  EXPECT_EQ(MTrackAttribute::kSelected, 0x536C6374u);
+  EXPECT_EQ(MTrackAttribute::kEditEnabled, 0x45646974u);
+  EXPECT_EQ(MTrackAttribute::kControl, 0x4374726Cu);
+}
+
+TEST_F(TreeTrack, MissingAttributesReadAsTheirDefaults) {
+  auto track = MProject::createTrack("MIDI", "Plain");
+  FRef<MTrackEvent> loaded = roundTrip(*track);
+  EXPECT_TRUE(loaded->attributes().empty());
+  for (uint32_t code : {MTrackAttribute::kExpanded, MTrackAttribute::kSolo, MTrackAttribute::kColor,
+                        MTrackAttribute::kSelected, MTrackAttribute::kEditEnabled, MTrackAttribute::kControl}) {
+    EXPECT_EQ(loaded->getAttribute(code), 0);
+    EXPECT_FALSE(loaded->hasAttribute(code));
+  }
+  EXPECT_FALSE(loaded->isExpanded());
+  EXPECT_FALSE(loaded->isSolo());
+  EXPECT_FALSE(loaded->isTrackSelected());
+  EXPECT_EQ(loaded->getName(), "Plain");
+}
+
+TEST_F(TreeTrack, OnlyAttributesOffTheirDefaultAreWritten) {
+  auto track = MProject::createTrack("Audio", "A");
+  track->setAttribute(MTrackAttribute::kSolo, 1);
+  track->setAttribute(MTrackAttribute::kColor, 7);
+  track->setAttribute(MTrackAttribute::kColor, 0);  // back to the default: dropped
+  track->setAttribute(MTrackAttribute::kControl, -3);
+  ASSERT_EQ(track->attributes().size(), 2u);
+  const auto bytes = saveArchive(track.get());
+  EXPECT_TRUE(containsWord(bytes, MTrackAttribute::kSolo));
+  EXPECT_TRUE(containsWord(bytes, MTrackAttribute::kControl));
+  EXPECT_FALSE(containsWord(bytes, MTrackAttribute::kColor));
+  FRef<MTrackEvent> loaded = roundTrip(*track);
+  EXPECT_EQ(loaded->getAttribute(MTrackAttribute::kSolo), 1);
+  EXPECT_EQ(loaded->getAttribute(MTrackAttribute::kControl), -3);
+  EXPECT_EQ(loaded->getAttribute(MTrackAttribute::kColor), 0);
+  // Codes the program does not know are kept too.
+  track->setAttribute(fourCC("Zoom"), 4);
+  EXPECT_EQ(roundTrip(*track)->getAttribute(fourCC("Zoom")), 4);
+}
+
+TEST_F(TreeTrack, AttributesStoreUnderTheirCodes) {
+  auto track = MProject::createTrack("MIDI", "M");
+  track->setAttribute(MTrackAttribute::kSelected, 1);
+  track->setAttribute(MTrackAttribute::kEditEnabled, 1);
+  auto attributes = makeRef<FAttributes>();
+  ASSERT_TRUE(track->storeAttributes(*attributes));
+  int64_t value = 0;
+  EXPECT_TRUE(attributes->getInt("Slct", &value));
+  EXPECT_EQ(value, 1);
+  EXPECT_FALSE(attributes->contains("Solo"));
+  EXPECT_TRUE(attributes->getObject("Track") != nullptr);
+  auto copy = makeRef<MMidiTrackEvent>();
+  ASSERT_TRUE(copy->restoreAttributes(*attributes));
+  EXPECT_TRUE(copy->isTrackSelected());
+  EXPECT_EQ(copy->getAttribute(MTrackAttribute::kEditEnabled), 1);
+  EXPECT_EQ(copy->getTrack(), track->getTrack());
+  EXPECT_EQ(copy->getName(), "M");  // the node came with the event attributes
+}
+
+TEST_F(TreeTrack, FoldersStoreExpandedAndSoloByName) {
+  auto folder = MProject::createTrack("Folder", "F");
+  folder->setAttribute(MTrackAttribute::kExpanded, 1);
+  auto attributes = makeRef<FAttributes>();
+  ASSERT_TRUE(folder->storeAttributes(*attributes));
+  int64_t value = -1;
+  EXPECT_TRUE(attributes->getInt("Expanded", &value));
+  EXPECT_EQ(value, 1);
+  EXPECT_TRUE(attributes->getInt("Solo", &value));
+  EXPECT_EQ(value, 0);
+  // Named attributes alone restore the flags.
+  auto named = makeRef<FAttributes>();
+  named->setInt("Expanded", 0);
+  named->setInt("Solo", 1);
+  auto restored = makeRef<MFolderTrack>();
+  restored->setAttribute(MTrackAttribute::kExpanded, 1);
+  ASSERT_TRUE(restored->restoreAttributes(*named));
+  EXPECT_FALSE(restored->isExpanded());
+  EXPECT_TRUE(restored->isSolo());
+}
+
+TEST_F(TreeTrack, TrackSettingsRoundTripAndStayShared) {
+  auto first = MProject::createTrack("Audio", "One");
+  MTrack& settings = *first->getTrack();
+  settings.setDevice({"Main Out", 3});
+  settings.setHeight(120);
+  settings.setDelay(12.25);
+  settings.getAutomation()->setName("Lanes");
+  // A second track event that shares the settings.
+  FRef<MEvent> second = first->clone();
+  auto list = makeRef<MTrackList>();
+  ASSERT_TRUE(list->insert(first));
+  ASSERT_TRUE(list->insert(FRef<MTrackEvent>(static_cast<MTrackEvent*>(second.detach()))));
+  FRef<MTrackList> loaded = roundTrip(*list);
+  ASSERT_EQ(loaded->count(), 2u);
+  MTrack* track = loaded->at(0)->getTrack();
+  EXPECT_EQ(loaded->at(1)->getTrack(), track);
+  EXPECT_EQ(track->getDevice(), (MTrackDevice{"Main Out", 3}));
+  EXPECT_EQ(track->getHeight(), 120);
+  EXPECT_EQ(track->getDelay(), 12.25);
+  EXPECT_EQ(track->getAutomation()->getName(), "Lanes");
+}
+
+TEST_F(TreeTrack, VersionZeroTracksHaveNoStoredAutomation) {
+  auto track = makeRef<MTrack>();
+  track->setHeight(64);
+  track->getAutomation()->setName("Stored");
+  auto bytes = saveArchive(track.get());
+  // The class table entry: "MTrack" with its NUL, the 32-bit first size,
+  // then the 16-bit version, which we set to 0.
+  const char name[] = "MTrack";
+  auto at = std::search(bytes.begin(), bytes.end(), name, name + sizeof(name));
+  ASSERT_NE(at, bytes.end());
+  const size_t version = static_cast<size_t>(at - bytes.begin()) + sizeof(name) + 4;
+  ASSERT_EQ(bytes[version], 1);
+  bytes[version] = 0;
+  bool ok = false;
+  FRef<CmObject> object = loadArchive(bytes, &ok);
+  ASSERT_TRUE(ok);
+  auto* old = dynamic_cast<MTrack*>(object.get());
+  ASSERT_NE(old, nullptr);
+  EXPECT_EQ(old->getHeight(), 64);
+  ASSERT_NE(old->getAutomation(), nullptr);
+  EXPECT_EQ(old->getAutomation()->getName(), "Automation");  // the fresh node, not the stored one
+}
+
+TEST_F(TreeTrack, DeviceTracksKeepTheirKind) {
+  MDeviceTrackEvent master(MDeviceKind::kMasterAutomation);
+  ASSERT_TRUE(master.ensureContent());
+  EXPECT_EQ(roundTrip(master)->getDeviceKind(), MDeviceKind::kMasterAutomation);
+  auto attributes = makeRef<FAttributes>();
+  attributes->setInt("Device Kind", 77);  // unknown: a plain device
+  MDeviceTrackEvent other(MDeviceKind::kGroupChannel);
+  ASSERT_TRUE(other.restoreAttributes(*attributes));
+  EXPECT_EQ(other.getDeviceKind(), MDeviceKind::kDevice);
+}
+
+TEST_F(TreeTrack, NamesLiveInTheNode) {
+  auto track = makeRef<MVideoTrackEvent>();
+  EXPECT_EQ(track->getName(), "");
+  EXPECT_EQ(track->getNode(), nullptr);
+  track->setName("Film");  // makes the node of its kind
+  ASSERT_NE(track->getNode(), nullptr);
+  EXPECT_EQ(track->getNode()->getName(), "Film");
+  EXPECT_NE(track->getTrack(), nullptr);
+}
+
+TEST_F(TreeTrack, AutoFadeSettingsRoundTrip) {
+  MAutoFadeSetting fades;
+  EXPECT_FALSE(fades.isFadeInOn());
+  EXPECT_EQ(fades.getFadeOutLength(), 1.0);
+  fades.setFadeOutOn(true);
+  fades.setFadeOutLength(250);
+  fades.setFadeOutCurve(MFadeCurve::kSine);
+  fades.setFadeInCurve(MFadeCurve::kExponential);
+  EXPECT_TRUE(*roundTrip(fades) == fades);
+  auto attributes = makeRef<FAttributes>();
+  ASSERT_TRUE(fades.storeAttributes(*attributes));
+  MAutoFadeSetting restored;
+  ASSERT_TRUE(restored.restoreAttributes(*attributes));
+  EXPECT_TRUE(restored == fades);
+}
+
+TEST_F(TreeTrack, NegativeFadeLengthFailsTheRead) {
+  MAutoFadeSetting fades;
+  fades.setFadeInLength(-5);
+  bool ok = false;
+  const auto bytes = saveArchive(&fades, &ok);
+  ASSERT_TRUE(ok);
+  FRef<CmObject> loaded = loadArchive(bytes, &ok);
+  EXPECT_FALSE(loaded);
+}
+
+}  // namespace
+}  // namespace vantor
