@@ -6,6 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 bash scripts/setup.sh
 cmake --preset default
-cmake --build --preset default -j2
+# Only the command itself: tests and benchmarks are built by scripts/test.sh.
+cmake --build --preset default -j2 --target vantor
 
 build/default/vantor demo "${1:-${TMPDIR:-/tmp}/vantor-demo.vpr}"
