@@ -11,6 +11,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoEvent.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/time/MTimeSignatureEvent.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MPartEvent.h"
@@ -103,7 +104,7 @@ bool listTempo(ShellSession& s, const ShellArgs&) {
   const MTempoTrackNode* node = s.project().getTempoNode();
   for (size_t i = 0; i < node->tempoCount(); ++i) {
     const MTempoEvent* e = node->tempoEvent(i);
-    s.out() << bars(s, e->getStart()) << "  " << e->getBPM() << " BPM  "
+    s.out() << bars(s, e->getStart()) << "  " << MTimeRange::formatTempo(e->getBPM()) << " BPM  "
             << (e->getFunc() == MTempoFunc::kRamp ? "ramp" : "jump") << "  at "
             << s.positions().formatTime(e->getStart()).value_or("?") << '\n';
   }

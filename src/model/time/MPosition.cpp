@@ -9,6 +9,7 @@
 #include "foundation/FUserMessages.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 
 namespace vantor {
 
@@ -215,7 +216,7 @@ std::optional<double> MPosition::parseBars(std::string_view text, std::string* e
     fail(error, kTooLarge, {text});
     return std::nullopt;
   }
-  const MBar bar = signatures_.barAt(signatures_.barStart(barNumber));
+  const MBar bar = signatures_.numberedBar(barNumber);
   const int64_t barLength = bar.length();
   const int64_t beatLength = bar.signature != nullptr ? bar.signature->beatLength() : 480;
   const int64_t beats = ceilDiv(barLength, beatLength);

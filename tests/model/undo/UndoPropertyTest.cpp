@@ -344,13 +344,15 @@ FRef<MRoot> buildProject(uint32_t seed) {
   return root;
 }
 
-class UndoProperty : public ::testing::TestWithParam<uint32_t> {
+class UndoProperty : public cmdtest::UndoLimitFixture<::testing::TestWithParam<uint32_t>> {
  protected:
-  void SetUp() override { cmdtest::initializeCommandTests(); }
+  void SetUp() override {
+    UndoLimitFixture::SetUp();
+    cmdtest::initializeCommandTests();
+  }
 };
 
 TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
-  cmdtest::LimitGuard unlimited(-1);
   const uint32_t seed = GetParam();
   FRef<MRoot> root = buildProject(seed);
   ASSERT_TRUE(root);
@@ -408,7 +410,6 @@ TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
 TEST_P(UndoProperty, InterleavedUndoAndRedoAlwaysLandOnKnownStates) {
   // Performs, undos and redos in random order, far apart (no uniting):
   // every undo and redo must land on the bytes recorded for that place.
-  cmdtest::LimitGuard unlimited(-1);
   const uint32_t seed = GetParam();
   FRef<MRoot> root = buildProject(seed + 100u);
   ASSERT_TRUE(root);
