@@ -28,26 +28,13 @@ TEST(TimeRange, TempoTextIsDigitsWithAtMostTwoDecimalsInRange) {
     const char* message;
   };
   const Row rows[] = {
-      {"120", 120, nullptr},
-      {"1", 1, nullptr},
-      {"999.99", 999.99, nullptr},
-      {"96.25", 96.25, nullptr},
-      {"96.5", 96.5, nullptr},
-      {"140.", 0, "bad tempo"},
-      {"0.99", 0, "bad tempo"},
-      {"0", 0, "bad tempo"},
-      {"1000", 0, "bad tempo"},
-      {"1000000000", 0, "bad tempo"},
-      {"999.991", 0, "bad tempo"},  // three decimals
-      {"inf", 0, "bad tempo"},
-      {"nan", 0, "bad tempo"},
-      {"1e9", 0, "bad tempo"},
-      {"0x10", 0, "bad tempo"},
-      {"-120", 0, "bad tempo"},
-      {"+120", 0, "bad tempo"},
-      {"", 0, "bad tempo"},
-      {".5", 0, "bad tempo"},
-      {"12 0", 0, "bad tempo"},
+      {"120", 120, nullptr},          {"1", 1, nullptr},           {"999.99", 999.99, nullptr},
+      {"96.25", 96.25, nullptr},      {"96.5", 96.5, nullptr},     {"140.", 0, "bad tempo"},
+      {"0.99", 0, "bad tempo"},       {"0", 0, "bad tempo"},       {"1000", 0, "bad tempo"},
+      {"1000000000", 0, "bad tempo"}, {"999.991", 0, "bad tempo"},  // three decimals
+      {"inf", 0, "bad tempo"},        {"nan", 0, "bad tempo"},     {"1e9", 0, "bad tempo"},
+      {"0x10", 0, "bad tempo"},       {"-120", 0, "bad tempo"},    {"+120", 0, "bad tempo"},
+      {"", 0, "bad tempo"},           {".5", 0, "bad tempo"},      {"12 0", 0, "bad tempo"},
   };
   for (const Row& row : rows) {
     double bpm = -1;
