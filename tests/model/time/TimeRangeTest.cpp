@@ -10,8 +10,10 @@
 #include "model/CommandTestSupport.h"
 #include "model/edit/MInsertCommand.h"
 #include "model/edit/MMoveCommand.h"
+#include "model/edit/MNodeCommands.h"
 #include "model/edit/MSizeCommand.h"
 #include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoTrack.h"
 #include "model/tree/MArrayNode.h"
 
 namespace vantor {
@@ -237,6 +239,23 @@ TEST_F(CommandRange, CommandsRefuseResultsOutsideTheRangeAndKeepTheEdges) {
     ASSERT_TRUE(command->undo()) << row.what;
     EXPECT_TRUE(cmdtest::sameBytes(cmdtest::snapshot(node_.get()), before)) << row.what;
   }
+}
+
+TEST_F(CommandRange, DomainChangesRefusePositionsBeyondTheRange) {
+  // 3,000,000 s at 120 BPM (960 pulses a second) would be 2.88e9 pulses.
+  FRef<MTempoTrackNode> tempo = makeRef<MTempoTrackNode>();
+  FRef<MListNode> linear = makeRef<MListNode>();
+  linear->setDomain(MTimeDomain::kLinear);
+  cmdtest::put(*linear, cmdtest::makeEvent(3000000, 10, 0, 3));
+  const std::vector<uint8_t> before = cmdtest::snapshot(linear.get());
+  FRef<MCommand> change(new MNodeDomainCommand(FRef<MDataNode>(linear), MTimeDomain::kMusical, tempo));
+  EXPECT_FALSE(change->perform());
+  EXPECT_TRUE(cmdtest::sameBytes(cmdtest::snapshot(linear.get()), before));
+  // 2,000,000 s is 1.92e9 pulses: in range.
+  FRef<MListNode> near = makeRef<MListNode>();
+  near->setDomain(MTimeDomain::kLinear);
+  cmdtest::put(*near, cmdtest::makeEvent(2000000, 10, 0, 4));
+  EXPECT_TRUE(FRef<MCommand>(new MNodeDomainCommand(FRef<MDataNode>(near), MTimeDomain::kMusical, tempo))->perform());
 }
 
 TEST(TimeRange, BarLinesFollowTheSignatureInForce) {
