@@ -130,13 +130,15 @@ std::optional<double> MPosition::parse(std::string_view text, std::string* error
 }
 
 std::optional<double> MPosition::checkedPulses(double pulses, std::string_view text, std::string* error) const {
-  if (!std::isfinite(pulses) || pulses > kMaxPulses) {
+  // Seconds at or above 0 never give negative pulses, but rounding may leave
+  // a hair below 0 for a time of 0.
+  const double position = pulses < 0 ? 0.0 : pulses;
+  // The range every edit keeps, so that a typed position is one an edit can use.
+  if (!MTimeRange::isPosition(position)) {
     fail(error, kTooLarge, {text});
     return std::nullopt;
   }
-  // Seconds at or above 0 never give negative pulses, but rounding may leave
-  // a hair below 0 for a time of 0.
-  return pulses < 0 ? 0.0 : pulses;
+  return position;
 }
 
 std::optional<double> MPosition::parseSeconds(std::string_view text, std::string_view number,

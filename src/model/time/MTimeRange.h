@@ -10,9 +10,10 @@
 //              (pulses in the musical domain, seconds in the linear one);
 //              an event's end (start + length) is a position too.
 //   lengths    a length that an edit sets is above 0: an event with an
-//              extent never shrinks to nothing. Events that mark a point
-//              (plain markers, tracks, tempo and signature changes) have
-//              length 0 from birth and no edit gives them one.
+//              extent never shrinks to nothing, and `part add` and `size`
+//              keep the same rule. Events that mark a point (plain markers,
+//              tracks, tempo and signature changes) have length 0; moving
+//              or inserting one keeps it 0.
 //   offsets    finite, at most 2147483647 either way.
 //   tempo      1 to 999.99 BPM, typed and shown in hundredths of a BPM.
 //   signatures numerator 1 to 255; denominator a power of two from 1 to
