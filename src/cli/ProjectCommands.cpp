@@ -1,5 +1,6 @@
 #include "cli/ProjectCommands.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <ostream>
@@ -13,6 +14,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoEvent.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/time/MTimeSignatureEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -30,7 +32,8 @@ bool refuseExisting(CliContext& context, const std::string& path, bool force) {
   return true;
 }
 
-int runNew(CliContext& context, const std::string& path, double bpm, const std::string& signature, bool force) {
+int runNew(CliContext& context, const std::string& path, const std::string& tempoText, const std::string& signature,
+           bool force) {
   if (refuseExisting(context, path, force)) return kExitDataError;
   uint16_t numerator = 4;
   uint16_t denominator = 4;
@@ -39,8 +42,10 @@ int runNew(CliContext& context, const std::string& path, double bpm, const std::
     context.messages.report(FUserMessages::Severity::kError, error);
     return kExitUsage;
   }
-  if (!(bpm >= 1 && bpm <= 999.99)) {
-    context.messages.report(FUserMessages::Severity::kError, "the tempo must lie between 1 and 999.99 BPM");
+  // The shell's tempo rule and message (MTimeRange).
+  double bpm = 0;
+  if (!MTimeRange::parseTempo(tempoText, &bpm, &error)) {
+    context.messages.report(FUserMessages::Severity::kError, error);
     return kExitUsage;
   }
   PDocument document(context.messages, context.preferences);
@@ -81,8 +86,12 @@ int runTime(CliContext& context, const std::string& path, const std::string& tex
   if (asJson) {
     context.out << json{{"pulses", *pulses}, {"bars", bars}, {"seconds", seconds}, {"time", time}}.dump(2) << '\n';
   } else {
-    context.out << "pulses  " << *pulses << "\nbars    " << bars << "\nseconds " << seconds << "\ntime    " << time
-                << '\n';
+    // Whole pulses (as bar text counts them) and seconds in fixed decimals:
+    // never an exponent.
+    char secondsText[64];
+    std::snprintf(secondsText, sizeof secondsText, "%.6f", seconds);
+    context.out << "pulses  " << positions.formatPulses(*pulses).value_or("") << "\nbars    " << bars << "\nseconds "
+                << secondsText << "\ntime    " << time << '\n';
   }
   return kExitOk;
 }
@@ -127,7 +136,7 @@ int runDemo(CliContext& context, const std::string& path) {
 void addProjectCommands(CLI::App& app, CliContext& context, int* exitCode) {
   auto* create = app.add_subcommand("new", "Create a new, empty project file");
   auto newPath = std::make_shared<std::string>();
-  auto bpm = std::make_shared<double>(120.0);
+  auto bpm = std::make_shared<std::string>("120");
   auto signature = std::make_shared<std::string>("4/4");
   auto force = std::make_shared<bool>(false);
   create->add_option("FILE", *newPath, "Project file to create (.vpr)")->required();

@@ -11,6 +11,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoEvent.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/time/MTimeSignatureEvent.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MPartEvent.h"
@@ -85,14 +86,16 @@ json describeProject(const PDocument& document) {
   for (size_t i = 0; i < tempo.tempoCount(); ++i) {
     const MTempoEvent* e = tempo.tempoEvent(i);
     json entry = clock.at(e->getStart());
-    entry["bpm"] = e->getBPM();
+    // Tempo is kept as a float of seconds per beat; people read it in the
+    // hundredths of a BPM that it is typed in (140, not 139.9999986).
+    entry["bpm"] = MTimeRange::roundedTempo(e->getBPM());
     entry["seconds"] = e->getTime();
     entry["function"] = e->getFunc() == MTempoFunc::kRamp ? "ramp" : "jump";
     tempoEvents.push_back(std::move(entry));
   }
   info["tempo"] = {{"events", tempoEvents},
                    {"rehearsalMode", tempo.isRehearsalMode()},
-                   {"rehearsalTempo", tempo.getRehearsalTempo()}};
+                   {"rehearsalTempo", MTimeRange::roundedTempo(tempo.getRehearsalTempo())}};
   json signatureEvents = json::array();
   for (size_t i = 0; i < signatures.signatureCount(); ++i) {
     const MTimeSignatureEvent* e = signatures.signature(i);
@@ -130,7 +133,7 @@ void printProject(std::ostream& out, const json& info) {
       << ' ' << v["version"].get<std::string>() << " (" << v["buildDate"].get<std::string>() << ", format revision "
       << v["revision"].get<int>() << ")\nTempo:\n";
   for (const json& e : info["tempo"]["events"]) {
-    out << "  " << e["bars"].get<std::string>() << "  " << e["bpm"].get<double>() << " BPM, "
+    out << "  " << e["bars"].get<std::string>() << "  " << MTimeRange::formatTempo(e["bpm"].get<double>()) << " BPM, "
         << e["function"].get<std::string>() << ", at " << e["time"].get<std::string>() << '\n';
   }
   out << "Signatures:\n";

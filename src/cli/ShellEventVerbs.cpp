@@ -2,7 +2,6 @@
 // size, split, mute, lock, rename, colour, and virtual groups.
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
@@ -11,6 +10,7 @@
 #include "model/edit/MMoveCommand.h"
 #include "model/edit/MSizeCommand.h"
 #include "model/edit/MVGroupCommands.h"
+#include "model/time/MTimeRange.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -29,6 +29,17 @@ std::optional<std::vector<FRef<MEvent>>> eventList(ShellSession& s, const ShellA
     events.push_back(FRef<MEvent>::share(e));
   }
   return events;
+}
+
+// The model's range rule, asked first so that a refusal says why; the
+// command checks the same rule again.
+bool placeable(ShellSession& s, double start, double length, bool keepsPoint) {
+  std::string error;
+  return MTimeRange::checkPlacement(start, length, keepsPoint, &error) || s.fail(error);
+}
+
+bool placeable(ShellSession& s, const MEvent& e, double start) {
+  return placeable(s, start, e.getLength(), e.getLength() == 0);
 }
 
 bool insertPart(ShellSession& s, MDataNode* node, const ShellArgs& a) {
@@ -76,7 +87,7 @@ bool moveEvent(ShellSession& s, const ShellArgs& a) {
   MEvent* e = s.event(a[0]);
   if (e == nullptr) return false;
   auto start = s.position(a[1]);
-  if (!start) return false;
+  if (!start || !placeable(s, *e, *start)) return false;
   if (a.size() == 2) return s.perform(makeRef<MSimpleMoveCommand>(FRef<MEvent>::share(e), *start));
   MTrackEvent* target = s.track(a[2]);
   if (target == nullptr) return false;
@@ -88,16 +99,19 @@ bool moveEvent(ShellSession& s, const ShellArgs& a) {
 
 bool nudgeEvents(ShellSession& s, const ShellArgs& a) {
   if (a.size() < 2) return s.fail("usage: nudge DELTA EVENT...");
-  double delta = 0;
-  try {
-    size_t used = 0;
-    delta = std::stod(a[0], &used);
-    if (used != a[0].size()) throw std::invalid_argument("");
-  } catch (const std::exception&) {
-    return s.fail("bad delta \"" + a[0] + "\" (pulses, negative to move earlier)");
-  }
+  // A delta is a length (pulses, or a position form's distance from the
+  // start), with a minus sign to move earlier: no exponents, hexadecimal,
+  // inf or nan.
+  const bool earlier = !a[0].empty() && a[0].front() == '-';
+  auto distance = s.length(earlier ? a[0].substr(1) : a[0]);
+  if (!distance) return false;
+  const double delta = earlier ? -*distance : *distance;
   auto events = eventList(s, a, 1, a.size());
-  return events && s.perform(makeRef<MMoveInsideCommand>(std::move(*events), delta));
+  if (!events) return false;
+  for (const auto& e : *events) {
+    if (!placeable(s, *e, e->getStart() + delta)) return false;
+  }
+  return s.perform(makeRef<MMoveInsideCommand>(std::move(*events), delta));
 }
 
 bool sizeEvent(ShellSession& s, const ShellArgs& a) {
@@ -107,13 +121,20 @@ bool sizeEvent(ShellSession& s, const ShellArgs& a) {
   FRef<MEvent> event = FRef<MEvent>::share(e);
   FRef<MDataNode> node = FRef<MDataNode>::share(e->getParent());
   const std::string& what = a[1];
+  if (what != "start" && what != "end" && what != "offset" && what != "length")
+    return s.fail("size takes start, end, offset or length, not \"" + what + "\"");
   auto value = what == "offset" || what == "length" ? s.length(a[2]) : s.position(a[2]);
   if (!value) return false;
-  if (what == "start") return s.perform(makeRef<MSizeStartCommand>(event, node, *value));
-  if (what == "end") return s.perform(makeRef<MSizeEndCommand>(event, node, *value));
+  if (what == "start") {
+    return placeable(s, *value, e->getEnd() - *value, false) &&
+           s.perform(makeRef<MSizeStartCommand>(event, node, *value));
+  }
+  if (what == "end") {
+    return placeable(s, e->getStart(), *value - e->getStart(), false) &&
+           s.perform(makeRef<MSizeEndCommand>(event, node, *value));
+  }
   if (what == "offset") return s.perform(makeRef<MOffsetCommand>(event, node, *value), "Set Offset");
-  if (what == "length") return s.perform(makeRef<MLengthCommand>(event, node, *value));
-  return s.fail("size takes start, end, offset or length, not \"" + what + "\"");
+  return placeable(s, e->getStart(), *value, false) && s.perform(makeRef<MLengthCommand>(event, node, *value));
 }
 
 bool splitEvents(ShellSession& s, const ShellArgs& a) {

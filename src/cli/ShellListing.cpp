@@ -1,6 +1,8 @@
 // Shell verbs that show the project: tracks, parts, events, markers, tempo
 // changes, signatures, groups.
 
+#include <cmath>
+#include <cstdio>
 #include <ostream>
 
 #include "cli/ShellReferences.h"
@@ -11,6 +13,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoEvent.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/time/MTimeSignatureEvent.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MPartEvent.h"
@@ -26,6 +29,14 @@ std::string bars(ShellSession& s, double pulses) {
   return s.positions().formatBars(pulses).value_or(std::to_string(pulses));
 }
 
+// Pulses as people read them: whole pulses without an exponent, a
+// fraction (from a seconds position) in fixed decimals.
+std::string pulsesText(double pulses) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, pulses == std::floor(pulses) ? "%.0f" : "%.3f", pulses);
+  return buffer;
+}
+
 std::string eventName(const MEvent& event) {
   if (auto* part = dynamic_cast<const MPartEvent*>(&event)) return part->getName();
   if (auto* marker = dynamic_cast<const MMarkerEvent*>(&event)) return marker->getName();
@@ -37,8 +48,8 @@ void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* no
   for (size_t i = 0; i < events.size(); ++i) {
     const MEvent& e = *events[i];
     s.out() << prefix << (i + 1) << "  \"" << eventName(e) << "\"  " << bars(s, e.getStart()) << " - "
-            << bars(s, e.getEnd()) << "  (start " << e.getStart() << ", length " << e.getLength() << ", offset "
-            << e.getOffset() << ")";
+            << bars(s, e.getEnd()) << "  (start " << pulsesText(e.getStart()) << ", length "
+            << pulsesText(e.getLength()) << ", offset " << pulsesText(e.getOffset()) << ")";
     if (e.getNode() != nullptr && e.getNode()->events() != nullptr)
       s.out() << "  " << e.getNode()->events()->size() << " events";
     if (e.isMuted()) s.out() << "  muted";
@@ -103,7 +114,7 @@ bool listTempo(ShellSession& s, const ShellArgs&) {
   const MTempoTrackNode* node = s.project().getTempoNode();
   for (size_t i = 0; i < node->tempoCount(); ++i) {
     const MTempoEvent* e = node->tempoEvent(i);
-    s.out() << bars(s, e->getStart()) << "  " << e->getBPM() << " BPM  "
+    s.out() << bars(s, e->getStart()) << "  " << MTimeRange::formatTempo(e->getBPM()) << " BPM  "
             << (e->getFunc() == MTempoFunc::kRamp ? "ramp" : "jump") << "  at "
             << s.positions().formatTime(e->getStart()).value_or("?") << '\n';
   }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "cli/ShellSession.h"
+#include "model/time/MTimeRange.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -66,20 +67,7 @@ std::string trackKindName(const MTrackEvent& track) {
 }
 
 bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error) {
-  const size_t slash = text.find('/');
-  const auto number = [](std::string_view digits, unsigned max, uint16_t* out) {
-    unsigned value = 0;
-    const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (ec != std::errc() || end != digits.data() + digits.size() || value < 1 || value > max) return false;
-    *out = static_cast<uint16_t>(value);
-    return true;
-  };
-  if (slash == std::string::npos || !number(std::string_view(text).substr(0, slash), 255, numerator) ||
-      !number(std::string_view(text).substr(slash + 1), 1920, denominator)) {
-    *error = "bad signature \"" + text + "\" (N/D like 3/4: N from 1 to 255, D from 1 to 1920)";
-    return false;
-  }
-  return true;
+  return MTimeRange::parseSignature(text, numerator, denominator, error);
 }
 
 std::vector<std::string> splitReference(const std::string& text) {

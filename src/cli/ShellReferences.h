@@ -24,8 +24,9 @@ std::vector<MEvent*> eventsOf(const MDataNode* node);
 // The kind of a track as users name it: "Audio", "MIDI", "Folder", "Marker",
 // "Video", "Group Channel", "Master Automation", "Device".
 std::string trackKindName(const MTrackEvent& track);
-// A time signature typed as "N/D" (numerator 1 to 255, denominator 1 to
-// 1920); false with a message in *error for other text.
+// A time signature typed as "N/D" (the model's rule: numerator 1 to 255,
+// denominator a power of two from 1 to 128); false with a message in *error
+// for other text.
 bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error);
 // Splits "a:b:c" at the colons.
 std::vector<std::string> splitReference(const std::string& text);

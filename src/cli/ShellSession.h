@@ -11,7 +11,9 @@
 //                      EVENT. Markers are named by their ID.
 //   Positions   pulses (1920), bars (5.1.1.0), seconds (3.5s), minutes
 //               (1:02.250); lengths and deltas are pulses, or a position
-//               form whose distance from 1.1.1.0 / 0s is taken.
+//               form whose distance from 1.1.1.0 / 0s is taken; a delta
+//               takes a leading '-' to move earlier. The ranges are the
+//               model's (MTimeRange).
 // A line that fails prints one error and changes nothing.
 
 #include <functional>

@@ -1,15 +1,17 @@
 // Shell verbs on musical time and the transport: tempo, signatures,
 // locators and the cycle switch.
 
-#include <charconv>
+#include <string>
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "model/markers/MTransport.h"
+#include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoCommands.h"
 #include "model/time/MTempoEvent.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/time/MTimeSignatureEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -34,10 +36,8 @@ bool setTempo(ShellSession& s, const ShellArgs& a) {
   auto at = s.position(a[0]);
   if (!at) return false;
   double bpm = 0;
-  const auto [end, ec] = std::from_chars(a[1].data(), a[1].data() + a[1].size(), bpm);
-  if (ec != std::errc() || end != a[1].data() + a[1].size() || !(bpm > 0)) {
-    return s.fail("bad tempo \"" + a[1] + "\" (beats per minute, above 0)");
-  }
+  std::string error;
+  if (!MTimeRange::parseTempo(a[1], &bpm, &error)) return s.fail(error);
   int32_t func = MTempoFunc::kJump;
   if (a.size() == 3) {
     auto f = tempoFunction(s, a[2]);
@@ -77,8 +77,20 @@ bool setSignature(ShellSession& s, const ShellArgs& a) {
   MSignatureValues values;
   std::string error;
   if (!parseSignature(a[1], &values.numerator, &values.denominator, &error)) return s.fail(error);
-  return s.perform(makeRef<MTimeSignatureCommand>(FRef<MSignatureTrackNode>::share(&signatureNode(s)),
-                                                  static_cast<int32_t>(*at + 0.5), values));
+  // A signature starts on a bar line; one inside a bar is refused, not
+  // moved to the nearest line, so that nothing lands where the user did
+  // not say.
+  const auto position = static_cast<int32_t>(*at + 0.5);
+  const MSignatureTrackNode& track = signatureNode(s);
+  if (!MTimeRange::isBarLine(track, position)) {
+    const int64_t bar = track.barNumberAt(position);
+    return s.fail("a signature starts on a bar line: " + a[0] + " lies inside bar " + std::to_string(bar) + " (bars " +
+                  std::to_string(bar) + " and " + std::to_string(bar + 1) + " start at " +
+                  s.positions().formatBars(static_cast<double>(track.barStart(bar))).value_or("?") + " and " +
+                  s.positions().formatBars(static_cast<double>(track.barStart(bar + 1))).value_or("?") + ")");
+  }
+  return s.perform(
+      makeRef<MTimeSignatureCommand>(FRef<MSignatureTrackNode>::share(&signatureNode(s)), position, values));
 }
 
 // The locators and the cycle switch belong to the transport, not to the

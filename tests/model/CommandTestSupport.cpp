@@ -78,7 +78,4 @@ std::vector<int32_t> tagsOf(MDataNode& node) {
   return tags;
 }
 
-LimitGuard::LimitGuard(int limit) : saved_(GUndoManager::limit()) { GUndoManager::setLimit(limit); }
-LimitGuard::~LimitGuard() { GUndoManager::setLimit(saved_); }
-
 }  // namespace vantor::cmdtest

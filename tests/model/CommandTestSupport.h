@@ -12,6 +12,7 @@
 #include "foundation/FRef.h"
 #include "model/tree/MArrayNode.h"
 #include "model/tree/MEvent.h"
+#include "model/undo/GUndoManager.h"
 #include "model/undo/MCommand.h"
 
 namespace vantor::cmdtest {
@@ -87,16 +88,26 @@ std::vector<uint8_t> snapshot(const CmObject* root);
 // The tags of node's events in their order.
 std::vector<int32_t> tagsOf(MDataNode& node);
 
-// Restores the global undo limit when it goes out of scope.
-class LimitGuard {
- public:
-  explicit LimitGuard(int limit);
-  ~LimitGuard();
-  LimitGuard(const LimitGuard&) = delete;
-  LimitGuard& operator=(const LimitGuard&) = delete;
+// The fixture of every test that records commands in an undo history. The
+// undo limit is one global value ("Maximum Undo"); each test starts with it
+// unlimited and the fixture restores the value it found, whatever the test
+// set. Base is ::testing::Test or ::testing::TestWithParam<T>.
+template <class Base = ::testing::Test>
+class UndoLimitFixture : public Base {
+ protected:
+  void SetUp() override {
+    saved_ = undoLimit();
+    setUndoLimit(-1);
+  }
+  void TearDown() override { setUndoLimit(saved_); }
+  // Sets the global limit for the rest of the test (-1: unlimited).
+  static void setUndoLimit(int limit) { GUndoManager::setLimit(limit); }
+  static int undoLimit() { return GUndoManager::limit(); }
 
  private:
-  int saved_;
+  int saved_ = -1;
 };
+
+using UndoLimitTest = UndoLimitFixture<>;
 
 }  // namespace vantor::cmdtest

@@ -1,5 +1,6 @@
 #include "model/edit/MInsertCommand.h"
 
+#include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
 
@@ -45,6 +46,11 @@ bool MInsertCommand::doPerform() {
   // New events go in in the order given; an index is not known yet, so
   // events for a track list are appended.
   if (places_.empty()) return false;
+  for (const MEventPlace& place : places_) {
+    if (!place.event) return false;
+    const double length = place.event->getLength();
+    if (!MTimeRange::checkPlacement(place.event->getStart(), length, length == 0, nullptr)) return false;
+  }
   std::vector<MEventPlace> reversed(places_.rbegin(), places_.rend());
   if (!putBackAll(reversed)) return false;
   places_.assign(reversed.rbegin(), reversed.rend());
@@ -128,6 +134,9 @@ bool MSplitCommand::doPerform() {
   if (oldPlaces().empty()) return false;
   for (const auto& place : oldPlaces()) {
     if (place.event->isLocked()) return false;
+  }
+  for (const auto& place : newPlaces()) {
+    if (!MTimeRange::checkPlacement(place.event->getStart(), place.event->getLength(), false, nullptr)) return false;
   }
   return MReplaceCommand::doPerform();
 }

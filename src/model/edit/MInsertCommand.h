@@ -16,6 +16,9 @@
 namespace vantor {
 
 // Inserts new events (events without a parent) into a node. "Insert".
+// Refuses events outside the time range (MTimeRange::checkPlacement): a
+// start or end outside the positions, or a negative length; length 0 is
+// a point (a plain marker).
 class MInsertCommand : public MCommand {
   VANTOR_CLASS(MInsertCommand)
  public:
@@ -92,8 +95,9 @@ class MReplaceCommand : public MCommand {
 // into two: each is replaced by a left piece that ends at position and a
 // right piece that starts there, its offset advanced so the content plays on
 // unchanged. The pieces are copies of the event (sharing its node). Events
-// that do not span the position are left alone; when none does, or one of
-// those to split is edit-locked, the command fails. "Split".
+// that do not span the position are left alone; when none does, one of
+// those to split is edit-locked, or a piece lies outside the time range,
+// the command fails. "Split".
 class MSplitCommand : public MReplaceCommand {
   VANTOR_CLASS(MSplitCommand)
  public:

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
 
@@ -85,6 +86,15 @@ bool exchangeMoves(std::vector<MEventMove>& moves) {
   return ok;
 }
 
+bool movesInRange(const std::vector<MEventMove>& moves) {
+  for (const MEventMove& move : moves) {
+    if (!move.event) continue;
+    const double length = move.event->getLength();
+    if (!MTimeRange::checkPlacement(move.start, length, length == 0, nullptr)) return false;
+  }
+  return true;
+}
+
 bool anyLocked(const std::vector<MEventMove>& moves) {
   for (const MEventMove& move : moves) {
     if (move.event && move.event->isLocked()) return true;
@@ -114,7 +124,9 @@ bool MSimpleMoveCommand::unite(const MCommand& next) {
 
 size_t MSimpleMoveCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
 
-bool MSimpleMoveCommand::doPerform() { return !moves_.empty() && !anyLocked(moves_) && exchangeMoves(moves_); }
+bool MSimpleMoveCommand::doPerform() {
+  return !moves_.empty() && !anyLocked(moves_) && movesInRange(moves_) && exchangeMoves(moves_);
+}
 
 // ---- MMoveInsideCommand -----------------------------------------------------
 
@@ -128,7 +140,9 @@ bool MMoveInsideCommand::unite(const MCommand& next) {
 
 size_t MMoveInsideCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
 
-bool MMoveInsideCommand::doPerform() { return !moves_.empty() && !anyLocked(moves_) && exchangeMoves(moves_); }
+bool MMoveInsideCommand::doPerform() {
+  return !moves_.empty() && !anyLocked(moves_) && movesInRange(moves_) && exchangeMoves(moves_);
+}
 
 // ---- MMoveCommand -----------------------------------------------------------
 
@@ -144,7 +158,9 @@ bool MMoveCommand::unite(const MCommand& next) {
 
 size_t MMoveCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
 
-bool MMoveCommand::doPerform() { return !moves_.empty() && !anyLocked(moves_) && exchangeMoves(moves_); }
+bool MMoveCommand::doPerform() {
+  return !moves_.empty() && !anyLocked(moves_) && movesInRange(moves_) && exchangeMoves(moves_);
+}
 
 // ---- MMoveEndCommand --------------------------------------------------------
 
@@ -162,7 +178,8 @@ bool MMoveEndCommand::unite(const MCommand& next) {
 }
 
 bool MMoveEndCommand::doPerform() {
-  if (!event_ || event_->isLocked() || !(std::isfinite(length_) && length_ >= 0) || !std::isfinite(offset_)) {
+  if (!event_ || event_->isLocked() || !MTimeRange::checkPlacement(event_->getStart(), length_, false, nullptr) ||
+      !MTimeRange::isOffset(offset_)) {
     return false;
   }
   return exchange();

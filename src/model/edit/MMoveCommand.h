@@ -3,8 +3,9 @@
 // and the command that moves an event's end. Each holds, per event, the node
 // and start to give it; performing exchanges them with the event's current
 // node and start, so performing again undoes the move. Edit-locked events
-// refuse to move: the command fails and changes nothing. Positions are in
-// the unit of the node that holds the event.
+// refuse to move, and so does a move that would take an event outside the
+// time range (MTimeRange): the command fails and changes nothing. Positions
+// are in the unit of the node that holds the event.
 
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ struct MEventMove {
 // when an event is missing, named twice, has no parent, or a node gives no
 // write accessor. Starts that are not finite are refused too.
 [[nodiscard]] bool exchangeMoves(std::vector<MEventMove>& moves);
+// True when every event keeps its length inside the time range at its new
+// start (MTimeRange::checkPlacement). The commands check it before they
+// move; undo never does, so it restores whatever was there.
+bool movesInRange(const std::vector<MEventMove>& moves);
 // True when any of the events is edit-locked.
 bool anyLocked(const std::vector<MEventMove>& moves);
 // True when both lists move the same events in the same order.
@@ -103,7 +108,8 @@ class MMoveCommand : public MCommand {
 
 // Moves an event's end with its content: the length becomes newEnd - start
 // and the offset changes by the opposite amount, so the content that played
-// at the old end plays at the new end. A negative length is refused. "Move
+// at the old end plays at the new end. A length of 0 or below, or an end
+// beyond the positions, is refused. "Move
 // End". Repeated moves of the same event's end unite.
 class MMoveEndCommand : public MCommand {
   VANTOR_CLASS(MMoveEndCommand)

@@ -1,6 +1,9 @@
 #include "model/edit/MNodeCommands.h"
 
+#include <cmath>
+
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
 
@@ -49,6 +52,9 @@ bool prepareDomainChange(MDomainChange& change, const MTempoTrackNode* tempo, do
     const double start = convert(*tempo, originPulses, event->getStart(), change.domain);
     const double end = convert(*tempo, originPulses, event->getEnd(), change.domain);
     const double origin = convert(*tempo, originPulses, event->getStart() - event->getOffset(), change.domain);
+    // Seconds far out become pulses beyond the position range: refused like
+    // any other edit that would place an event there.
+    if (!std::isfinite(start) || !std::isfinite(origin) || !(end <= MTimeRange::kMaxPosition)) return false;
     change.extents.push_back({FRef<MEvent>::share(event), start, end - start, start - origin});
   }
   return true;

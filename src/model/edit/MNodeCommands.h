@@ -69,7 +69,8 @@ struct MDomainChange {
 // position in pulses): starts, ends and content origins (start - offset)
 // are converted, pulses to seconds or seconds to pulses. Without a tempo
 // track nothing is converted. False when the node is missing or read-only,
-// or already has that domain.
+// already has that domain, or a converted end lies beyond the position
+// range (MTimeRange).
 [[nodiscard]] bool prepareDomainChange(MDomainChange& change, const MTempoTrackNode* tempo, double originPulses);
 // Exchanges domain and positions with the node's. False, with nothing
 // changed, when the node is read-only or has events but no write accessor.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
 
@@ -44,16 +45,22 @@ bool MSizeCommand::unite(const MCommand& next) {
 }
 
 bool MSizeCommand::doPerform() {
-  // Edit-locked events refuse to be resized; a negative length or a value
-  // that is not a number is refused too.
-  const bool badValue = ((flags_ & kStart) != 0 && !std::isfinite(start_)) ||
-                        ((flags_ & kLength) != 0 && !(std::isfinite(length_) && length_ >= 0)) ||
-                        ((flags_ & kOffset) != 0 && !std::isfinite(offset_));
+  // Edit-locked events refuse to be resized; so does a result outside the
+  // time range: a start or end outside the positions, a length of 0 or
+  // below, an offset that is not a number.
+  const bool badValue = event_ && (!placementInRange() || ((flags_ & kOffset) != 0 && !MTimeRange::isOffset(offset_)));
   if (!event_ || !node_ || event_->isLocked() || badValue) {
     flags_ &= static_cast<uint16_t>(~kValid);
     return false;
   }
   return exchange();
+}
+
+bool MSizeCommand::placementInRange() const {
+  if ((flags_ & (kStart | kLength)) == 0) return true;
+  const double start = (flags_ & kStart) != 0 ? start_ : event_->getStart();
+  const double length = (flags_ & kLength) != 0 ? length_ : event_->getLength();
+  return MTimeRange::checkPlacement(start, length, false, nullptr);
 }
 
 bool MSizeCommand::exchange() {

@@ -9,6 +9,7 @@
 #include "foundation/FUserMessages.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 
 namespace vantor {
 
@@ -129,13 +130,15 @@ std::optional<double> MPosition::parse(std::string_view text, std::string* error
 }
 
 std::optional<double> MPosition::checkedPulses(double pulses, std::string_view text, std::string* error) const {
-  if (!std::isfinite(pulses) || pulses > kMaxPulses) {
+  // Seconds at or above 0 never give negative pulses, but rounding may leave
+  // a hair below 0 for a time of 0.
+  const double position = pulses < 0 ? 0.0 : pulses;
+  // The range every edit keeps, so that a typed position is one an edit can use.
+  if (!MTimeRange::isPosition(position)) {
     fail(error, kTooLarge, {text});
     return std::nullopt;
   }
-  // Seconds at or above 0 never give negative pulses, but rounding may leave
-  // a hair below 0 for a time of 0.
-  return pulses < 0 ? 0.0 : pulses;
+  return position;
 }
 
 std::optional<double> MPosition::parseSeconds(std::string_view text, std::string_view number,
@@ -215,7 +218,7 @@ std::optional<double> MPosition::parseBars(std::string_view text, std::string* e
     fail(error, kTooLarge, {text});
     return std::nullopt;
   }
-  const MBar bar = signatures_.barAt(signatures_.barStart(barNumber));
+  const MBar bar = signatures_.numberedBar(barNumber);
   const int64_t barLength = bar.length();
   const int64_t beatLength = bar.signature != nullptr ? bar.signature->beatLength() : 480;
   const int64_t beats = ceilDiv(barLength, beatLength);

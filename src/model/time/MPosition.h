@@ -19,6 +19,8 @@
 #include <string>
 #include <string_view>
 
+#include "model/time/MTimeRange.h"
+
 namespace vantor {
 
 class FUserMessages;
@@ -29,7 +31,8 @@ enum class MPositionStyle { kPulses, kBars, kSeconds, kTime };
 
 class MPosition {
  public:
-  static constexpr double kMaxPulses = 2147483647.0;
+  // The end of the position range every edit keeps (MTimeRange).
+  static constexpr double kMaxPulses = MTimeRange::kMaxPosition;
 
   // The tracks must outlive this object.
   MPosition(const MSignatureTrackNode& signatures, const MTempoTrackNode& tempo);

@@ -61,10 +61,19 @@ MBar MSignatureTrackNode::barAt(int64_t position) const {
   const int64_t origin = sig->getPosition();
   bar.signature = sig;
   bar.start = origin + floorDiv(position - origin, length) * length;
+  // The bar runs its full length even where the next signature starts
+  // inside it (only files from elsewhere place one off a bar line):
+  // quantize walks its grid through exactly these bars.
   bar.end = bar.start + length;
-  // The next signature starts a bar of its own, cutting this one short.
-  // (index is the last signature at or before position, so the one after
-  // it lies after position.)
+  return bar;
+}
+
+MBar MSignatureTrackNode::numberedBar(int64_t number) const {
+  const int64_t start = barStart(number);
+  MBar bar = barAt(start);
+  // A signature off a bar line starts bar numbers afresh: the bar before it
+  // counts as one bar, cut short there.
+  const size_t index = indexAt(start);
   if (index != MEventContainer::npos && index + 1 < signatureCount()) {
     const int64_t next = signature(index + 1)->getPosition();
     if (next < bar.end) bar.end = next;
@@ -120,6 +129,19 @@ int32_t MSignatureTrackNode::followingShift(const MTimeSignatureEvent* changed, 
   const int64_t wholeBars = gap / oldBarLength;
   const int64_t shift = (static_cast<int64_t>(newBarLength) - oldBarLength) * wholeBars;
   return shift >= kInt32Min && shift <= kInt32Max ? static_cast<int32_t>(shift) : 0;
+}
+
+std::optional<int32_t> MSignatureTrackNode::plannedShift(const MTimeSignatureEvent* changed, int32_t oldBarLength,
+                                                         int32_t newBarLength) const {
+  const size_t index = constEvents()->indexOf(changed);
+  if (index == MEventContainer::npos || oldBarLength <= 0) return std::nullopt;
+  if (index + 1 >= signatureCount()) return 0;
+  const int64_t next = signature(index + 1)->getPosition();
+  const int64_t shift =
+      (static_cast<int64_t>(newBarLength) - oldBarLength) * ((next - changed->getPosition()) / oldBarLength);
+  const int64_t last = signature(signatureCount() - 1)->getPosition();
+  if (next + shift <= changed->getPosition() || last + shift > kInt32Max) return std::nullopt;
+  return static_cast<int32_t>(shift);
 }
 
 int32_t MSignatureTrackNode::shiftFollowing(MTimeSignatureEvent* changed, int32_t oldBarLength, int32_t newBarLength) {

@@ -2,9 +2,12 @@
 // The signature track: time signature changes in position order, which
 // divide musical positions (pulses) into bars.
 //
-// Bars begin at each signature's own position and run with its bar length;
-// a bar that the next signature interrupts ends there (the next signature
-// starts a new bar). Bar 1 begins at the first signature (position 0 in
+// Bars begin at each signature's own position and run with its bar length.
+// Signatures that edits add start on a bar line, so bars meet end to end; a
+// file from elsewhere may hold one off a bar line. Then the bar of a
+// position (barAt) still runs its full length past it, while bar numbers
+// count the interrupted bar as one bar and start afresh at the signature
+// (numberedBar). Bar 1 begins at the first signature (position 0 in
 // every project this program makes). Before the first signature its bars
 // extend backwards with the first signature's length; those bars are
 // numbered 0, -1, ... A track without any signature (only through damaged
@@ -42,8 +45,13 @@ class MSignatureTrackNode : public MListNode {
   // before every signature, the first one; nullptr for an empty track.
   MTimeSignatureEvent* signatureAt(int64_t position) const;
 
-  // The bar that contains a whole-pulse position (O(log n)).
+  // The bar that contains a whole-pulse position (O(log n)): from the
+  // signature in force there and its bar length, never cut short by the
+  // next signature.
   MBar barAt(int64_t position) const;
+  // Bar number as bar text counts it: from barStart(number), ending where
+  // the next signature starts if that lies inside the bar.
+  MBar numberedBar(int64_t number) const;
   // The 1-based number of the bar that contains position (bars before the
   // first signature count 0, -1, ...). Walks the signatures: O(n).
   int64_t barNumberAt(int64_t position) const;
@@ -61,6 +69,12 @@ class MSignatureTrackNode : public MListNode {
   int32_t shiftFollowing(MTimeSignatureEvent* changed, int32_t oldBarLength, int32_t newBarLength);
   // The move shiftFollowing() would make, without making it.
   int32_t followingShift(const MTimeSignatureEvent* changed, int32_t oldBarLength, int32_t newBarLength) const;
+  // The same move when it can be made: nullopt when the exact product
+  // leaves the 32-bit range or a moved signature would reach changed's
+  // position or leave 0 to 2147483647 (commands then refuse rather than
+  // leave later bars renumbered).
+  std::optional<int32_t> plannedShift(const MTimeSignatureEvent* changed, int32_t oldBarLength,
+                                      int32_t newBarLength) const;
   // Moves every signature after changed by delta pulses (undo applies the
   // recorded move backwards with it). False, and nothing moved, when changed
   // is not here or a moved signature would reach changed's position or leave

@@ -12,12 +12,8 @@ VANTOR_DEFINE_CLASS(MTimeSignatureCommand, MCommand, 0)
 
 namespace {
 
-// Seconds per beat for a tempo within the editors' range.
-float spbFor(double bpm) {
-  if (!(bpm >= MTempoEvent::kMinBPM)) bpm = MTempoEvent::kMinBPM;  // NaN too
-  if (bpm > MSetTempoCommand::kMaxBPM) bpm = MSetTempoCommand::kMaxBPM;
-  return static_cast<float>(60.0 / bpm);
-}
+// Seconds per beat for a tempo in range (the command refuses others).
+float spbFor(double bpm) { return MTimeRange::isTempo(bpm) ? static_cast<float>(60.0 / bpm) : 0.5f; }
 
 bool isWritable(MDataNode* node) { return writeAccessorOf(node) != nullptr; }
 
@@ -25,10 +21,11 @@ bool isWritable(MDataNode* node) { return writeAccessorOf(node) != nullptr; }
 
 // ---- MSetTempoCommand ---------------------------------------------------------
 
-MSetTempoCommand::MSetTempoCommand(FRef<MTempoEvent> event, double bpm) : event_(std::move(event)), spb_(spbFor(bpm)) {}
+MSetTempoCommand::MSetTempoCommand(FRef<MTempoEvent> event, double bpm)
+    : event_(std::move(event)), spb_(spbFor(bpm)), inRange_(MTimeRange::isTempo(bpm)) {}
 
 MSetTempoCommand::MSetTempoCommand(FRef<MTempoTrackNode> track, double pulses, double bpm, int32_t func)
-    : track_(std::move(track)), pulses_(pulses), spb_(spbFor(bpm)), func_(func) {}
+    : track_(std::move(track)), pulses_(pulses), spb_(spbFor(bpm)), inRange_(MTimeRange::isTempo(bpm)), func_(func) {}
 
 bool MSetTempoCommand::unite(const MCommand& next) {
   const auto* other = dynamic_cast<const MSetTempoCommand*>(&next);
@@ -44,8 +41,9 @@ bool MSetTempoCommand::exchange() {
 }
 
 bool MSetTempoCommand::doPerform() {
+  if (!inRange_) return false;
   if (event_) return exchange();
-  if (!track_ || !std::isfinite(pulses_) || pulses_ < 0) return false;
+  if (!track_ || !MTimeRange::isPosition(pulses_)) return false;
   FRef<MAccessor> accessor = track_->getWriteAccessor();
   if (!accessor) return false;
   if (MTempoEvent* existing = track_->tempoEventAt(pulses_); existing != nullptr && existing->getStart() == pulses_) {
@@ -129,14 +127,22 @@ void MTimeSignatureCommand::exchangeValues() {
 bool MTimeSignatureCommand::performModify(MSignatureTrackNode& track) {
   if (!track.getWriteAccessor()) return false;
   const int32_t oldLength = signature_->barLength();
+  MTimeSignatureEvent probe(*signature_);
+  probe.setSignature(values_.numerator, values_.denominator);
+  const std::optional<int32_t> shift = track.plannedShift(signature_.get(), oldLength, probe.barLength());
+  if (!shift) return false;
   exchangeValues();
-  shift_ = track.shiftFollowing(signature_.get(), oldLength, signature_->barLength());
+  if (!track.moveFollowing(signature_.get(), *shift)) {
+    exchangeValues();  // not expected: plannedShift checked the move
+    return false;
+  }
+  shift_ = *shift;
   return true;
 }
 
 bool MTimeSignatureCommand::performAdd(MSignatureTrackNode& track) {
   FRef<MAccessor> accessor = track.getWriteAccessor();
-  if (!accessor) return false;
+  if (!accessor || !MTimeRange::isBarLine(track, position_)) return false;
   // The bar length that ruled the position before: the later signatures'
   // bar numbers were counted with it.
   const MTimeSignatureEvent* before = track.signatureAt(position_);
@@ -144,21 +150,26 @@ bool MTimeSignatureCommand::performAdd(MSignatureTrackNode& track) {
   auto created = makeRef<MTimeSignatureEvent>(position_, values_.numerator, values_.denominator);
   for (int i = 0; i < MTimeSignatureEvent::kSubNumerators; ++i) created->setSubNumerator(i, values_.subNumerators[i]);
   if (!accessor->insert(created)) return false;
+  const std::optional<int32_t> shift = track.plannedShift(created.get(), oldLength, created->barLength());
+  if (!shift || !track.moveFollowing(created.get(), *shift)) {
+    (void)accessor->remove(created.get());
+    return false;
+  }
   signature_ = std::move(created);
   added_ = true;
-  shift_ = track.shiftFollowing(signature_.get(), oldLength, signature_->barLength());
+  shift_ = *shift;
   return true;
 }
 
 bool MTimeSignatureCommand::doPerform() {
-  if (values_.numerator == 0 || values_.denominator == 0) return false;
+  if (!MTimeRange::isNumerator(values_.numerator) || !MTimeRange::isDenominator(values_.denominator)) return false;
   if (signature_) {
     auto* track = dynamic_cast<MSignatureTrackNode*>(signature_->getParent());
     if (track == nullptr) return false;
     track_ = FRef<MSignatureTrackNode>::share(track);
     return performModify(*track);
   }
-  if (!track_ || position_ < 0) return false;
+  if (!track_ || !MTimeRange::isPosition(position_)) return false;
   if (MTimeSignatureEvent* existing = existingAtPosition()) {
     signature_ = FRef<MTimeSignatureEvent>::share(existing);
     if (performModify(*track_)) return true;

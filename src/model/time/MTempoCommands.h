@@ -14,6 +14,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoEvent.h"
 #include "model/time/MTempoTrack.h"
+#include "model/time/MTimeRange.h"
 #include "model/undo/MCommand.h"
 
 namespace vantor {
@@ -21,14 +22,17 @@ namespace vantor {
 // Sets a tempo. "Set Tempo". Either for a given tempo event, or at a
 // position of a tempo track: the event exactly at that position gets the
 // tempo, and without one a new event is inserted there (undo takes it out).
-// The tempo editors' range holds: tempi below 1 BPM become 1 BPM, tempi
-// above 999.99 BPM become 999.99 BPM. A Set Tempo performed right after
+// The tempo must lie in MTimeRange's range (1 to 999.99 BPM) and the
+// position in the position range; otherwise the command fails and changes
+// nothing (a front end shows MTimeRange::kTempoRangeMessage). The tempo is
+// stored as seconds per beat, a float, as the file keeps it. A Set Tempo
+// performed right after
 // another one for the same tempo event unites with it, so dragging a tempo
 // is one undo step.
 class MSetTempoCommand : public MCommand {
   VANTOR_CLASS(MSetTempoCommand)
  public:
-  static constexpr double kMaxBPM = 999.99;
+  static constexpr double kMaxBPM = MTimeRange::kMaxBPM;
 
   MSetTempoCommand() = default;
   MSetTempoCommand(FRef<MTempoEvent> event, double bpm);
@@ -53,6 +57,7 @@ class MSetTempoCommand : public MCommand {
   FRef<MTempoEvent> event_;
   double pulses_ = 0;
   float spb_ = 0.5f;
+  bool inRange_ = true;  // the tempo asked for lies in the range
   int32_t func_ = MTempoFunc::kJump;
   bool inserted_ = false;
 };
@@ -91,8 +96,18 @@ struct MSignatureValues {
 // signature modifies that one. Signatures after the new or changed one move
 // by (new bar length - old bar length) * (whole old bars up to the next
 // signature), the old bar length being that of the signature in force there
-// before; undo moves them back by exactly the recorded amount. Numerator and
-// denominator must be at least 1, positions at least 0.
+// before. Undo moves them back by exactly the recorded amount rather than by
+// the rule with the lengths swapped: the swapped rule counts bars with the
+// new length and can land elsewhere when the next signature was not a whole
+// number of old bars away (only in files from elsewhere); the recorded move
+// always restores the exact positions.
+//
+// Refused (nothing changes): a numerator or denominator outside
+// MTimeRange's rules (a stored signature with another denominator keeps it
+// until it is changed), a new signature that does not start on a bar line
+// (a signature placed inside a bar would renumber every later bar), a
+// position outside 0 to 2147483647, and a move of later signatures that
+// would leave that range.
 class MTimeSignatureCommand : public MCommand {
   VANTOR_CLASS(MTimeSignatureCommand)
  public:

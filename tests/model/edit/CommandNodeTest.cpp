@@ -23,9 +23,12 @@ class Listener : public CmObject {
   std::vector<int> messages;
 };
 
-class CommandNode : public ::testing::Test {
+class CommandNode : public cmdtest::UndoLimitTest {
  protected:
-  void SetUp() override { cmdtest::initializeCommandTests(); }
+  void SetUp() override {
+    cmdtest::UndoLimitTest::SetUp();
+    cmdtest::initializeCommandTests();
+  }
 };
 
 TEST_F(CommandNode, SetNodeExchangesTheContent) {
@@ -46,7 +49,6 @@ TEST_F(CommandNode, SetNodeExchangesTheContent) {
 }
 
 TEST_F(CommandNode, NodeDomainConvertsThroughTheTempoTrackAndRestoresExactly) {
-  cmdtest::LimitGuard unlimited(-1);
   FRef<MTempoTrackNode> tempo = makeRef<MTempoTrackNode>();  // 120 BPM: 480 pulses = 0.5 s
   FRef<MListNode> node = makeRef<MListNode>();
   // Start 960, length 480, offset 240 (content origin 720).

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/FClassRegistry.h"
+#include "model/CommandTestSupport.h"
 #include "model/TreeTestSupport.h"
 #include "model/edit/MInsertCommand.h"
 #include "model/markers/MMarkerCommands.h"
@@ -20,9 +21,12 @@ namespace {
 using treetest::loadArchive;
 using treetest::saveArchive;
 
-class Marker : public ::testing::Test {
+class Marker : public cmdtest::UndoLimitTest {
  protected:
-  void SetUp() override { treetest::initializeTreeTests(); }
+  void SetUp() override {
+    cmdtest::UndoLimitTest::SetUp();
+    treetest::initializeTreeTests();
+  }
 };
 
 FRef<MListNode> markerList(std::initializer_list<FRef<MMarkerEvent>> markers) {

@@ -173,11 +173,14 @@ TEST_F(SignatureTrackTest, NewTrackHoldsFourFourAtTheStart) {
   EXPECT_EQ(track->signature(0)->getFlags(), 0x8);
 }
 
-// 4/4 at 0 (bars 1-4), 3/4 at 7680 (bars 5-6), 7/8 at 10560 (bar 7, cut
-// short at 12000 by the next signature: 1440 of its 1680 pulses), 4/4 at
-// 12000 (bar 8 on).
+// 4/4 at 0 (bars 1-4), 3/4 at 7680 (bars 5-6), 7/8 at 10560 (bar 7), 4/4 at
+// 12000 (bar 8 on). The last lies off a bar line, 1440 pulses into the 7/8
+// bar of 1680, as only a file from elsewhere can hold it.
 FRef<MSignatureTrackNode> songTrack() { return makeTrack({{0, 4, 4}, {7680, 3, 4}, {10560, 7, 8}, {12000, 4, 4}}); }
 
+// The bar of a position is the signature in force there and its bar
+// length, never cut short by the next signature: the 7/8 bar at 10560 runs
+// to 10560 + 1680 = 12240 although the 4/4 starts at 12000.
 TEST_F(SignatureTrackTest, BarOfAPositionByHand) {
   auto track = songTrack();
   ASSERT_TRUE(track);
@@ -188,7 +191,7 @@ TEST_F(SignatureTrackTest, BarOfAPositionByHand) {
   };
   const Row rows[] = {
       {0, 0, 1920},          {1919, 0, 1920},         {1920, 1920, 3840},    {7679, 5760, 7680},
-      {7680, 7680, 9120},    {10559, 9120, 10560},    {10560, 10560, 12000}, {11999, 10560, 12000},
+      {7680, 7680, 9120},    {10559, 9120, 10560},    {10560, 10560, 12240}, {11999, 10560, 12240},
       {12000, 12000, 13920}, {100000, 98400, 100320},  // 12000 + 45 * 1920 = 98400
       {-1, -1920, 0},        {-1920, -1920, 0},       {-1921, -3840, -1920},
   };
@@ -201,9 +204,16 @@ TEST_F(SignatureTrackTest, BarOfAPositionByHand) {
   EXPECT_EQ(track->barAt(-5).signature, track->signature(0));
 }
 
+// Bar numbers (bar text) count the interrupted 7/8 bar as bar 7, cut at
+// 12000, and start bar 8 at the 4/4: a rule of bar text, beside the bar of
+// a position above.
 TEST_F(SignatureTrackTest, BarNumbersCountFromTheFirstSignature) {
   auto track = songTrack();
   ASSERT_TRUE(track);
+  EXPECT_EQ(track->numberedBar(7).start, 10560);
+  EXPECT_EQ(track->numberedBar(7).end, 12000);
+  EXPECT_EQ(track->numberedBar(8).end, 13920);
+  EXPECT_EQ(track->numberedBar(0).end, 0);
   struct Row {
     int64_t number;
     int64_t start;
@@ -325,6 +335,9 @@ TEST_F(SignatureTrackTest, TrackArchiveRoundTripIsByteForByte) {
   auto track = songTrack();
   ASSERT_TRUE(track);
   track->signature(2)->setSubNumerator(0, 4);
+  // A denominator no edit may set (not a power of two) still reads and
+  // writes unchanged.
+  track->signature(1)->setSignature(5, 7);
   track->setName("Signature");
   const std::vector<uint8_t> bytes = archiveBytes(track.get());
   FRef<MSignatureTrackNode> back = readBackAs<MSignatureTrackNode>(bytes);
@@ -332,6 +345,7 @@ TEST_F(SignatureTrackTest, TrackArchiveRoundTripIsByteForByte) {
   EXPECT_EQ(positions(*back), (std::vector<int32_t>{0, 7680, 10560, 12000}));  // no extra default
   EXPECT_EQ(back->getName(), "Signature");
   EXPECT_EQ(back->signature(2)->getSubNumerator(0), 4);
+  EXPECT_EQ(back->signature(1)->getDenominator(), 7);
   EXPECT_TRUE(back->signature(0)->hasFlag(MEventFlag::kFirst));
   EXPECT_EQ(archiveBytes(back.get()), bytes);
 }

@@ -8,6 +8,7 @@
 
 #include "foundation/FClassRegistry.h"
 #include "foundation/FClock.h"
+#include "model/CommandTestSupport.h"
 #include "model/MModelInit.h"
 #include "model/TempoTestSupport.h"
 #include "model/undo/GUndoManager.h"
@@ -20,9 +21,10 @@ using namespace testing_tempo;
 // The BPM a tempo event holds after being set to bpm: SPB is a float.
 double storedBpmOf(double bpm) { return 60.0 / static_cast<double>(static_cast<float>(60.0 / bpm)); }
 
-class TempoCommandsTest : public ::testing::Test {
+class TempoCommandsTest : public cmdtest::UndoLimitTest {
  protected:
   void SetUp() override {
+    cmdtest::UndoLimitTest::SetUp();
     initializeModel();
     // Tempo: 120 BPM at 0, 60 BPM at 1920, 240 BPM at 3840.
     FRef<MAccessor> tempo = tempo_->getWriteAccessor();
@@ -113,14 +115,22 @@ TEST_F(TempoCommandsTest, SetTempoAtAnEventsPositionChangesThatEvent) {
   EXPECT_EQ(tempo_->tempoEvent(2)->getTime(), 4.0);  // 120 BPM all the way: 8 beats
 }
 
-TEST_F(TempoCommandsTest, TempoKeepsToTheEditorsRange) {
-  auto slow = makeRef<MSetTempoCommand>(tempoEvent(0), 0.5);
-  ASSERT_TRUE(slow->perform());
-  EXPECT_EQ(tempo_->tempoEvent(0)->getSPB(), 60.0f);  // 1 BPM
-  auto fast = makeRef<MSetTempoCommand>(tempoEvent(0), 5000.0);
-  ASSERT_TRUE(fast->perform());
+TEST_F(TempoCommandsTest, TempoOutsideTheRangeIsRefusedAndTheEdgesAreKept) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::vector<uint8_t> before = tempoBytes();
+  for (double bpm : {0.5, 0.99, 999.991, 5000.0, 1e9, inf, -inf, nan, -120.0, 0.0}) {
+    EXPECT_FALSE(makeRef<MSetTempoCommand>(tempoEvent(0), bpm)->perform()) << bpm;
+    EXPECT_FALSE(makeRef<MSetTempoCommand>(tempo_, 480.0, bpm)->perform()) << bpm;
+  }
+  EXPECT_EQ(tempoBytes(), before);
+  ASSERT_TRUE(makeRef<MSetTempoCommand>(tempoEvent(0), 1.0)->perform());
+  EXPECT_EQ(tempo_->tempoEvent(0)->getSPB(), 60.0f);
+  ASSERT_TRUE(makeRef<MSetTempoCommand>(tempoEvent(0), 999.99)->perform());
   EXPECT_EQ(tempo_->tempoEvent(0)->getSPB(), static_cast<float>(60.0 / 999.99));
   EXPECT_EQ(tempo_->tempoEvent(0)->getTempoHundredths(), 99999);
+  // Positions beyond the range are refused as well.
+  EXPECT_FALSE(makeRef<MSetTempoCommand>(tempo_, 2147483648.0, 100.0)->perform());
 }
 
 TEST_F(TempoCommandsTest, SetTempoRefusesWhatItCannotDo) {
@@ -242,11 +252,13 @@ TEST_F(TempoCommandsTest, AddingWhereASignatureIsModifiesIt) {
 }
 
 TEST_F(TempoCommandsTest, AddingLessThanABarBeforeTheNextMovesNothing) {
-  // 3/4 at 14660, 700 pulses before the 6/8: n = 700 / 1920 = 0.
-  auto command = makeRef<MTimeSignatureCommand>(signatures_, 14660, MSignatureValues{3, 4, {}});
+  // 3/4 on the 6/8 bar line at 15360 + 3 * 1440 = 19680, 320 pulses before
+  // the 4/4 at 20000 (off the grid, as files from elsewhere may hold it):
+  // n = 320 / 1440 = 0.
+  auto command = makeRef<MTimeSignatureCommand>(signatures_, 19680, MSignatureValues{3, 4, {}});
   checkUndoRedo(*command);
   EXPECT_EQ(command->shift(), 0);
-  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 14660, 15360, 20000}));
+  EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360, 19680, 20000}));
 }
 
 TEST_F(TempoCommandsTest, UndoRestoresPositionsOffTheOldBarGrid) {
@@ -268,6 +280,18 @@ TEST_F(TempoCommandsTest, SignatureCommandRefusesBadValues) {
   EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{0, 4, {}})->perform());
   EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{4, 0, {}})->perform());
   EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, -1, MSignatureValues{4, 4, {}})->perform());
+  // Denominators other than powers of two up to 128, numerators above 255.
+  for (uint16_t denominator : {3, 5, 7, 12, 256, 1920}) {
+    EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{4, denominator, {}})->perform());
+    EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signature(0), MSignatureValues{4, denominator, {}})->perform());
+  }
+  EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, 1920, MSignatureValues{256, 4, {}})->perform());
+  // Inside a bar: 4/4 bars start at multiples of 1920 up to 15360, 6/8 bars
+  // at 15360 + k * 1440.
+  for (int32_t position : {3, 1000, 1919, 15360 - 480, 15360 + 1000}) {
+    EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signatures_, position, MSignatureValues{3, 4, {}})->perform())
+        << position;
+  }
   EXPECT_FALSE(makeRef<MTimeSignatureCommand>(makeRef<MTimeSignatureEvent>(), MSignatureValues{3, 4, {}})->perform());
   signatures_->setReadOnly(true);
   EXPECT_FALSE(makeRef<MTimeSignatureCommand>(signature(0), MSignatureValues{3, 4, {}})->perform());

@@ -15,9 +15,12 @@ namespace {
 using cmdtest::LogCommand;
 using Log = std::vector<std::string>;
 
-class CommandMacro : public ::testing::Test {
+class CommandMacro : public cmdtest::UndoLimitTest {
  protected:
-  void SetUp() override { cmdtest::initializeCommandTests(); }
+  void SetUp() override {
+    cmdtest::UndoLimitTest::SetUp();
+    cmdtest::initializeCommandTests();
+  }
 
   FRef<LogCommand> sub(const std::string& name) { return FRef<LogCommand>(new LogCommand(&log_, name)); }
   std::vector<uint16_t> states(const MMacroCommand& macro) {
@@ -43,7 +46,6 @@ TEST_F(CommandMacro, PerformsFirstToLastAndUndoesLastToFirst) {
 }
 
 TEST_F(CommandMacro, UndoThroughTheManagerRunsTheThirdFirst) {
-  cmdtest::LimitGuard unlimited(-1);
   FManualClock clock;
   GUndoManager manager(clock);
   FRef<MMacroCommand> macro = makeRef<MMacroCommand>();

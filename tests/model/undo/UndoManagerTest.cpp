@@ -16,7 +16,6 @@
 namespace vantor {
 namespace {
 
-using cmdtest::LimitGuard;
 using cmdtest::LogCommand;
 
 // Counts the messages an object announces.
@@ -27,9 +26,12 @@ class Listener : public CmObject {
   std::vector<int> messages;
 };
 
-class UndoManagerFixture : public ::testing::Test {
+class UndoManagerFixture : public cmdtest::UndoLimitTest {
  protected:
-  void SetUp() override { cmdtest::initializeCommandTests(); }
+  void SetUp() override {
+    cmdtest::UndoLimitTest::SetUp();
+    cmdtest::initializeCommandTests();
+  }
 
   FRef<MCommand> log(const std::string& name) { return FRef<MCommand>(new LogCommand(&log_, name)); }
   // A nudge of event to start (a command that unites with nudges of the
@@ -48,7 +50,6 @@ class UndoManagerFixture : public ::testing::Test {
 };
 
 TEST_F(UndoManagerFixture, NudgesWithinTheWindowUniteAndLaterOnesDoNot) {
-  LimitGuard unlimited(-1);
   FRef<MListNode> node = makeRef<MListNode>();
   MEvent* event = cmdtest::put(*node, cmdtest::makeEvent(0, 480));
   GUndoManager manager(clock_);
@@ -74,7 +75,6 @@ TEST_F(UndoManagerFixture, NudgesWithinTheWindowUniteAndLaterOnesDoNot) {
 }
 
 TEST_F(UndoManagerFixture, TheWindowCountsFromTheLastMerge) {
-  LimitGuard unlimited(-1);
   FRef<MListNode> node = makeRef<MListNode>();
   MEvent* event = cmdtest::put(*node, cmdtest::makeEvent(0, 480));
   GUndoManager manager(clock_);
@@ -95,7 +95,6 @@ TEST_F(UndoManagerFixture, TheWindowCountsFromTheLastMerge) {
 }
 
 TEST_F(UndoManagerFixture, CommandsThatDoNotUniteStayApartInsideTheWindow) {
-  LimitGuard unlimited(-1);
   FRef<MListNode> node = makeRef<MListNode>();
   MEvent* a = cmdtest::put(*node, cmdtest::makeEvent(0, 480));
   MEvent* b = cmdtest::put(*node, cmdtest::makeEvent(960, 480));
@@ -113,7 +112,7 @@ TEST_F(UndoManagerFixture, CommandsThatDoNotUniteStayApartInsideTheWindow) {
 }
 
 TEST_F(UndoManagerFixture, LimitThreeDropsTheOldest) {
-  LimitGuard three(3);
+  setUndoLimit(3);
   GUndoManager manager(clock_);
   for (const char* name : {"a", "b", "c", "d"}) {
     ASSERT_TRUE(manager.perform(log(name)));
@@ -125,7 +124,7 @@ TEST_F(UndoManagerFixture, LimitThreeDropsTheOldest) {
 }
 
 TEST_F(UndoManagerFixture, LimitZeroRunsActionsButKeepsNone) {
-  LimitGuard zero(0);
+  setUndoLimit(0);
   GUndoManager manager(clock_);
   ASSERT_TRUE(manager.perform(log("a")));
   ASSERT_TRUE(manager.perform(log("b")));
@@ -136,18 +135,16 @@ TEST_F(UndoManagerFixture, LimitZeroRunsActionsButKeepsNone) {
 }
 
 TEST_F(UndoManagerFixture, ALowerLimitTrimsAtTheNextRecording) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   for (const char* name : {"a", "b", "c", "d", "e"}) ASSERT_TRUE(manager.perform(log(name)));
   EXPECT_EQ(manager.undoCount(), 5u);
-  GUndoManager::setLimit(2);
+  setUndoLimit(2);
   EXPECT_EQ(manager.undoCount(), 5u);
   ASSERT_TRUE(manager.perform(log("f")));
   EXPECT_EQ(descriptions(manager.undoStack()), (std::vector<std::string>{"f", "e"}));
 }
 
 TEST_F(UndoManagerFixture, UndoingTwoThenPerformingEmptiesTheRedoList) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   for (const char* name : {"a", "b", "c"}) {
     ASSERT_TRUE(manager.perform(log(name)));
@@ -165,7 +162,6 @@ TEST_F(UndoManagerFixture, UndoingTwoThenPerformingEmptiesTheRedoList) {
 }
 
 TEST_F(UndoManagerFixture, AMergedActionLeavesTheRedoList) {
-  LimitGuard unlimited(-1);
   FRef<MListNode> node = makeRef<MListNode>();
   MEvent* event = cmdtest::put(*node, cmdtest::makeEvent(0, 480));
   GUndoManager manager(clock_);
@@ -186,7 +182,6 @@ TEST_F(UndoManagerFixture, AMergedActionLeavesTheRedoList) {
 }
 
 TEST_F(UndoManagerFixture, AFailedCommandIsNotRecordedAndChangesNothing) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   ASSERT_TRUE(manager.perform(log("a")));
   ASSERT_TRUE(manager.perform(log("b")));
@@ -201,7 +196,6 @@ TEST_F(UndoManagerFixture, AFailedCommandIsNotRecordedAndChangesNothing) {
 }
 
 TEST_F(UndoManagerFixture, AnUndoThatFailsKeepsTheAction) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   FRef<LogCommand> command(new LogCommand(&log_, "a"));
   ASSERT_TRUE(manager.perform(command));
@@ -216,7 +210,6 @@ TEST_F(UndoManagerFixture, AnUndoThatFailsKeepsTheAction) {
 }
 
 TEST_F(UndoManagerFixture, MenuTextsNameTheNewestActions) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   EXPECT_EQ(manager.undoText(), "Undo");
   EXPECT_EQ(manager.redoText(), "Redo");
@@ -230,7 +223,6 @@ TEST_F(UndoManagerFixture, MenuTextsNameTheNewestActions) {
 }
 
 TEST_F(UndoManagerFixture, DependentsHearOfRecordingsButNotOfMerges) {
-  LimitGuard unlimited(-1);
   FRef<MListNode> node = makeRef<MListNode>();
   MEvent* event = cmdtest::put(*node, cmdtest::makeEvent(0, 480));
   GUndoManager manager(clock_);
@@ -265,7 +257,6 @@ class DeferringCommand : public MCommand {
 };
 
 TEST_F(UndoManagerFixture, DeferredNotificationsAreDeliveredAfterEachStep) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   FRef<MListNode> subject = makeRef<MListNode>();
   Listener listener;
@@ -299,7 +290,6 @@ class DepthCommand : public MCommand {
 };
 
 TEST_F(UndoManagerFixture, CommandsOfAProjectRunUnderTheWriteSide) {
-  LimitGuard unlimited(-1);
   FRef<MRoot> root = MProject::createNew();
   ASSERT_TRUE(root);
   GUndoManager manager(clock_);
@@ -317,7 +307,6 @@ TEST_F(UndoManagerFixture, CommandsOfAProjectRunUnderTheWriteSide) {
 }
 
 TEST_F(UndoManagerFixture, ClearDropsBothLists) {
-  LimitGuard unlimited(-1);
   GUndoManager manager(clock_);
   ASSERT_TRUE(manager.perform(log("a")));
   ASSERT_TRUE(manager.perform(log("b")));
@@ -327,7 +316,7 @@ TEST_F(UndoManagerFixture, ClearDropsBothLists) {
   EXPECT_FALSE(manager.canRedo());
 }
 
-TEST(GMaxUndoValue, ControlPositionsMapToLimits) {
+TEST_F(UndoManagerFixture, MaximumUndoControlPositionsMapToLimits) {
   // The control runs 0..1000; its top means unlimited (-1).
   struct Row {
     int control;
@@ -341,7 +330,6 @@ TEST(GMaxUndoValue, ControlPositionsMapToLimits) {
   EXPECT_EQ(GMaxUndoValue::kDefault, GMaxUndoValue::kMaximum);
   EXPECT_STREQ(GMaxUndoValue::kName, "Maximum Undo");
 
-  LimitGuard restore(GUndoManager::limit());
   GUndoManager::applyMaximumUndo(GMaxUndoValue::kDefault);
   EXPECT_EQ(GUndoManager::limit(), GUndoManager::kUnlimited);
   GUndoManager::applyMaximumUndo(25);

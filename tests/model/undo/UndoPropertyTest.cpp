@@ -1,7 +1,8 @@
 // Property: on a generated project, any sequence of commands performed
 // through the undo manager can be undone to the exact original bytes of the
 // saved tree and redone to the exact edited bytes, step by step. Failed
-// commands change no byte.
+// commands change no byte. The commands cover events, tracks, groups, the
+// tempo and signature tracks and markers.
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,10 @@
 #include "model/edit/MSizeCommand.h"
 #include "model/edit/MTrackCommands.h"
 #include "model/edit/MVGroupCommands.h"
+#include "model/markers/MMarkerCommands.h"
+#include "model/markers/MMarkerEvent.h"
+#include "model/time/MSignatureTrack.h"
+#include "model/time/MTempoCommands.h"
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MProject.h"
@@ -105,7 +110,7 @@ class Generator {
       return FRef<MCommand>(new MSizeEndCommand(lastEvent_, ref(event->getParent()), event->getEnd() + step()));
     }
     for (int tries = 0; tries < 20; ++tries) {
-      FRef<MCommand> command = make(tree, below(27));
+      FRef<MCommand> command = make(tree, below(34));
       if (command) return command;
     }
     return FRef<MCommand>(new MMacroCommand("Nothing"));
@@ -157,7 +162,74 @@ class Generator {
   FRef<MCommand> make(const TreeView& tree, uint32_t kind) {
     if (kind < 10) return makeEventEdit(tree, kind);
     if (kind < 20) return makeAttributeEdit(tree, kind);
-    return makeStructureEdit(tree, kind);
+    if (kind < 27) return makeStructureEdit(tree, kind);
+    if (kind < 32) return makeTimeEdit(kind);
+    return makeMarkerEdit();
+  }
+
+  // A tempo in the range mostly (with hundredths), now and then one outside
+  // it, which the command refuses.
+  double bpm() {
+    if (chance(10)) return chance(50) ? 0.5 : 1000.0 + below(5000);
+    return 20.0 + below(300) + below(100) / 100.0;
+  }
+
+  // Tempo changes (new and existing), their functions, and signatures
+  // added or modified: on bar lines mostly, inside bars now and then
+  // (refused), with a denominator that is no power of two now and then
+  // (refused).
+  FRef<MCommand> makeTimeEdit(uint32_t kind) {
+    MTempoTrackNode& tempo = *project_.getTempoNode();
+    MSignatureTrackNode& signatures = *project_.getSignatureNode();
+    MTempoEvent* change = tempo.tempoEvent(below(static_cast<uint32_t>(tempo.tempoCount())));
+    MTimeSignatureEvent* signature = signatures.signature(below(static_cast<uint32_t>(signatures.signatureCount())));
+    static constexpr uint16_t kDenominators[] = {2, 4, 4, 8, 8, 16, 3};
+    const MSignatureValues values{static_cast<uint16_t>(1 + below(7)), kDenominators[below(7)], {}};
+    switch (kind) {
+      case 27:
+        return FRef<MCommand>(new MSetTempoCommand(FRef<MTempoTrackNode>::share(&tempo), 240.0 * below(64), bpm(),
+                                                   chance(50) ? MTempoFunc::kJump : MTempoFunc::kRamp));
+      case 28:
+        return FRef<MCommand>(new MSetTempoCommand(FRef<MTempoEvent>::share(change), bpm()));
+      case 29:
+        return FRef<MCommand>(new MTempoTypeCommand(FRef<MTempoEvent>::share(change), static_cast<int32_t>(below(3))));
+      case 30: {
+        const MBar bar = signatures.barAt(240 * below(64));
+        const int64_t position = chance(80) ? bar.start : bar.start + 240 * below(4);
+        return FRef<MCommand>(new MTimeSignatureCommand(FRef<MSignatureTrackNode>::share(&signatures),
+                                                        static_cast<int32_t>(position), values));
+      }
+      default:
+        return FRef<MCommand>(new MTimeSignatureCommand(FRef<MTimeSignatureEvent>::share(signature), values));
+    }
+  }
+
+  // Markers: add (plain or range), move, rename, renumber, remove.
+  FRef<MCommand> makeMarkerEdit() {
+    MDataNode& node = *project_.getMarkerTrack()->getNode();
+    const std::vector<MEvent*> markers = eventsOf(&node);
+    auto* marker = dynamic_cast<MMarkerEvent*>(pick(markers));
+    const uint32_t what = marker == nullptr ? 0 : below(5);
+    switch (what) {
+      case 0: {
+        FRef<MMarkerEvent> added =
+            chance(30) ? FRef<MMarkerEvent>(makeRef<MRangeMarkerEvent>()) : makeRef<MMarkerEvent>();
+        added->setStart(240.0 * below(64));
+        if (added->isKindOf("MRangeMarkerEvent")) added->setLength(240.0 * (1 + below(8)));
+        added->setName("M" + std::to_string(below(20)));
+        added->setMarkerID(nextFreeMarkerID(node));
+        return FRef<MCommand>(new MInsertCommand(ref(&node), FRef<MEvent>(added)));
+      }
+      case 1:
+        return move(ref(marker), marker->getStart() + step());
+      case 2:
+        return FRef<MCommand>(
+            new MMarkerRenameCommand(FRef<MMarkerEvent>::share(marker), "R" + std::to_string(below(20))));
+      case 3:
+        return FRef<MCommand>(new MMarkerIdCommand(FRef<MMarkerEvent>::share(marker), static_cast<int32_t>(below(6))));
+      default:
+        return FRef<MCommand>(new MRemoveCommand(ref(marker)));
+    }
   }
 
   // Sizes, moves, inserts, removals, splits.
@@ -344,13 +416,15 @@ FRef<MRoot> buildProject(uint32_t seed) {
   return root;
 }
 
-class UndoProperty : public ::testing::TestWithParam<uint32_t> {
+class UndoProperty : public cmdtest::UndoLimitFixture<::testing::TestWithParam<uint32_t>> {
  protected:
-  void SetUp() override { cmdtest::initializeCommandTests(); }
+  void SetUp() override {
+    UndoLimitFixture::SetUp();
+    cmdtest::initializeCommandTests();
+  }
 };
 
 TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
-  cmdtest::LimitGuard unlimited(-1);
   const uint32_t seed = GetParam();
   FRef<MRoot> root = buildProject(seed);
   ASSERT_TRUE(root);
@@ -365,6 +439,8 @@ TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
   int performed = 0;
   int failed = 0;
   int merged = 0;
+  std::set<std::string> succeeded;  // command classes that did their edit
+  std::set<std::string> refused;
   for (int i = 0; i < 400; ++i) {
     // Mostly far apart; often quick, so that uniting happens.
     clock.advance(generator.chance(50) ? 100 : 1000);
@@ -373,6 +449,7 @@ TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
     const size_t entries = manager.undoCount();
     const bool ok = manager.perform(command, root.get());
     const Bytes now = cmdtest::snapshot(root.get());
+    (ok ? succeeded : refused).insert(name);
     if (!ok) {
       ++failed;
       ASSERT_TRUE(cmdtest::sameBytes(now, states.back())) << "failed " << name << " changed the tree at step " << i;
@@ -391,6 +468,12 @@ TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
   EXPECT_GT(performed, 100);
   EXPECT_GT(failed, 0);
   EXPECT_GT(merged, 0);
+  // The tempo, signature and marker commands took part.
+  for (const char* name : {"MSetTempoCommand", "MTempoTypeCommand", "MTimeSignatureCommand"}) {
+    EXPECT_TRUE(succeeded.count(name)) << name << " never succeeded";
+  }
+  EXPECT_TRUE(succeeded.count("MMarkerRenameCommand") || succeeded.count("MMarkerIdCommand"));
+  EXPECT_TRUE(refused.count("MTimeSignatureCommand"));
   ASSERT_EQ(states.size(), manager.undoCount() + 1);
 
   for (size_t k = states.size() - 1; k > 0; --k) {
@@ -408,7 +491,6 @@ TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
 TEST_P(UndoProperty, InterleavedUndoAndRedoAlwaysLandOnKnownStates) {
   // Performs, undos and redos in random order, far apart (no uniting):
   // every undo and redo must land on the bytes recorded for that place.
-  cmdtest::LimitGuard unlimited(-1);
   const uint32_t seed = GetParam();
   FRef<MRoot> root = buildProject(seed + 100u);
   ASSERT_TRUE(root);

@@ -1,0 +1,364 @@
+// Every verb of the shell's language at its boundary values, through
+// `vantor edit FILE -e LINE`: a refused line exits 1 with a clear message
+// and leaves the file byte for byte; an accepted one exits 0. The table
+// must name every verb that `help` lists.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "CliTestSupport.h"
+
+namespace vantor {
+namespace {
+
+using test::runVantor;
+using test::slurp;
+using test::TempFolder;
+
+enum class Expect {
+  kOk,       // exit 0
+  kRefused,  // exit 1, the message holds the fragment, the file unchanged
+  kEither,   // a rule another part of the system decides (names): exit 0,
+             // or exit 1 with the file unchanged
+};
+
+struct Row {
+  const char* line;
+  Expect expect;
+  const char* fragment = "";
+};
+
+constexpr Expect kOk = Expect::kOk;
+constexpr Expect kNo = Expect::kRefused;
+constexpr Expect kAny = Expect::kEither;
+
+// The project every line runs on: a MIDI track "T" with parts 1:1 (bar 1,
+// holding one event) and 1:2 (bar 3), a folder track, marker 1 at bar 2, a
+// tempo change at bar 3 and a 3/4 signature at bar 5.
+const char* const kSetUp[] = {
+    "track add midi T",
+    "track add folder F",
+    "part add 1 1.1.1.0 2.1.1.0 P",
+    "event add 1:1 1.1.1.0 1.2.1.0 E",
+    "part add 1 3.1.1.0 4.1.1.0 Q",
+    "marker add 2.1.1.0 M",
+    "tempo 3.1.1.0 100",
+    "signature 5.1.1.0 3/4",
+};
+
+const Row kRows[] = {
+    // Listings.
+    {"tracks", kOk},
+    {"parts 1", kOk},
+    {"parts 99", kNo, "there is no track 99"},
+    {"parts 0", kNo, "there is no track named \"0\""},
+    {"parts", kNo, "usage: parts TRACK"},
+    {"events 1:1", kOk},
+    {"events 1:9", kNo, "there is no event 1:9"},
+    {"events 1:0", kNo, "is not a number from 1"},
+    {"markers", kOk},
+    {"tempos", kOk},
+    {"signatures", kOk},
+    {"groups", kOk},
+    // Tracks.
+    {"track add midi", kOk},
+    {"track add midi X 3", kOk},
+    {"track add midi X 0", kNo, "bad track position \"0\" (expected 1 to 3)"},
+    {"track add midi X 4", kNo, "expected 1 to 3"},
+    {"track add midi X 99999999999999999999", kNo, "bad track position"},
+    {"track add midi X -1", kNo, "bad track position"},
+    {"track add kazoo", kNo, "unknown track kind"},
+    {"track add midi \"\"", kAny},
+    {"track remove 1", kOk},
+    {"track remove 3", kNo, "there is no track 3"},
+    {"track remove -1", kNo, "there is no track named \"-1\""},
+    {"track remove", kNo, "usage: track remove"},
+    {"track move 1 2", kOk},
+    {"track move 1 0", kNo, "expected 1 to 2"},
+    {"track move 1 3", kNo, "expected 1 to 2"},
+    {"track rename 1 X", kOk},
+    {"track rename 1 \"\"", kAny},
+    {"track rename 9 X", kNo, "there is no track 9"},
+    {"track color 1 #FFFFFF", kOk},
+    {"track color 1 16777215", kOk},
+    {"track color 1 16777216", kNo, "bad colour"},
+    {"track color 1 -1", kNo, "bad colour"},
+    {"track color 1 #GGGGGG", kNo, "bad colour"},
+    {"track color 1 0x10", kNo, "bad colour"},
+    // Parts and events: positions from 0 to 2147483647, lengths above 0.
+    {"part add 1 0 2147483647", kOk},
+    {"part add 1 1.1.1.0 1.1.1.0", kNo, "the end must lie after the start"},
+    {"part add 1 -1 10", kNo, "Negative positions are not allowed"},
+    {"part add 1 0 2147483648", kNo, "positions end at 2147483647"},
+    {"part add 1 1e3 2000", kNo, "is not a position"},
+    {"part add 1 inf 10", kNo, "is not a position"},
+    {"part add 1 nan 10", kNo, "is not a position"},
+    {"part add 1 0x10 2000", kNo, "is not a position"},
+    {"part add 2 1 2", kNo, "a folder track holds tracks"},
+    {"part add 9 1 2", kNo, "there is no track 9"},
+    {"part add 1 1 2 \"\"", kAny},
+    {"event add 1:1 0 1", kOk},
+    {"event add 1:1 5 5", kNo, "the end must lie after the start"},
+    {"event add 1:9 0 1", kNo, "there is no event 1:9"},
+    {"remove 1:1", kOk},
+    {"remove 1:9", kNo, "there is no event 1:9"},
+    {"remove 1", kNo, "is not an event reference"},
+    {"remove", kNo, "usage: remove"},
+    {"move 1:1 0", kOk},
+    {"move 1:1 2147481727", kOk},  // 2147483647 - 1920: the end is the last position
+    {"move 1:1 2147481728", kNo, "beyond 2147483647"},
+    {"move 1:1 2147483647", kNo, "beyond 2147483647"},
+    {"move 1:1 -1", kNo, "Negative positions are not allowed"},
+    {"move 1:1 0x10", kNo, "is not a position"},
+    {"move 1:1 1.1.1.0 2", kNo, "the track cannot hold parts"},
+    {"move 1:1 1.1.1.0 9", kNo, "there is no track 9"},
+    {"nudge 0 1:1", kOk},
+    {"nudge 2147481727 1:1", kOk},
+    {"nudge 2147481728 1:1", kNo, "beyond 2147483647"},
+    {"nudge -100000 1:1", kNo, "before the start of the project"},
+    {"nudge -1 1:1", kNo, "before the start of the project"},
+    {"nudge 2147483648 1:1", kNo, "positions end at 2147483647"},
+    {"nudge 1e308 1:1", kNo, "is not a position"},
+    {"nudge 0x10 1:1", kNo, "is not a position"},
+    {"nudge inf 1:1", kNo, "is not a position"},
+    {"nudge nan 1:1", kNo, "is not a position"},
+    {"nudge - 1:1", kNo, "No position given"},
+    {"nudge 10", kNo, "usage: nudge"},
+    {"size 1:1 length 1", kOk},
+    {"size 1:1 length 0", kNo, "a length must be above 0"},
+    {"size 1:1 length -5", kNo, "Negative positions are not allowed"},
+    {"size 1:1 length 2147483647", kOk},  // from 0: the end is the last position
+    {"size 1:2 length 2147483647", kNo, "beyond 2147483647"},
+    {"size 1:1 length 1e3", kNo, "is not a position"},
+    {"size 1:1 end 2147483647", kOk},
+    {"size 1:1 end 1.1.1.0", kNo, "a length must be above 0"},
+    {"size 1:1 start 1.4.4.119", kOk},
+    {"size 1:1 start 2.1.1.0", kNo, "a length must be above 0"},
+    {"size 1:1 start -1", kNo, "Negative positions are not allowed"},
+    {"size 1:1 offset 2147483647", kOk},
+    {"size 1:1 offset -5", kNo, "Negative positions are not allowed"},
+    {"size 1:1 width 3", kNo, "size takes start, end, offset or length"},
+    {"split 1:1 1.1.1.1", kOk},
+    {"split 1:1 1.4.4.119", kOk},
+    {"split 1:1 1.1.1.0", kNo, "does not lie inside the event"},
+    {"split 1:1 2.1.1.0", kNo, "does not lie inside the event"},
+    {"split 1:1 -1", kNo, "Negative positions are not allowed"},
+    {"mute 1:1", kOk},
+    {"mute", kNo, "give the events to change"},
+    {"mute 1:9", kNo, "there is no event 1:9"},
+    {"unmute 1:1", kOk},
+    {"unmute 9:1", kNo, "there is no track 9"},
+    {"lock 1:1", kOk},
+    {"lock 1:1:2", kNo, "there is no event 1:1:2"},
+    {"unlock 1:1", kOk},
+    {"unlock", kNo, "give the events to change"},
+    {"rename 1:1 X", kOk},
+    {"rename 1:1 \"\"", kAny},
+    {"rename 1:1", kNo, "usage: rename"},
+    {"color 0 1:1", kOk},
+    {"color 16777215 1:1", kOk},
+    {"color 16777216 1:1", kNo, "bad colour"},
+    {"color -1 1:1", kNo, "bad colour"},
+    {"color #12345 1:1", kNo, "bad colour"},
+    {"group create G 1:1 1:2", kOk},
+    {"group create G 1:1", kNo, "usage: group create"},
+    {"group create G 1:1 1:9", kNo, "there is no event 1:9"},
+    {"group create \"\" 1:1 1:2", kAny},
+    {"group remove 1", kNo, "the project has no groups"},
+    {"group remove 0", kNo, "bad group number"},
+    {"group remove 2", kNo, "bad group number"},
+    {"group remove 99999999999999999999", kNo, "bad group number"},
+    // Tempo: 1 to 999.99 BPM in hundredths, one message for every refusal.
+    {"tempo 1.1.1.0 1", kOk},
+    {"tempo 1.1.1.0 999.99", kOk},
+    {"tempo 2147483647 120", kOk},
+    {"tempo 1.1.1.0 1000", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 0.99", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 0.001", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 inf", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 nan", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 1e9", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 0x10", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 -120", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo 1.1.1.0 120.005", kNo, "the tempo must lie between 1 and 999.99 BPM"},
+    {"tempo -1 120", kNo, "Negative positions are not allowed"},
+    {"tempo 2147483648 120", kNo, "positions end at 2147483647"},
+    {"tempo 1.1.1.0 120 slide", kNo, "jump or ramp"},
+    {"tempo type 3.1.1.0 ramp", kOk},
+    {"tempo type 2.1.1.0 ramp", kNo, "there is no tempo change at 2.1.1.0"},
+    {"tempo type 3.1.1.0 slide", kNo, "jump or ramp"},
+    // Signatures: on a bar line, numerator 1 to 255, denominator a power of
+    // two up to 128.
+    {"signature 1.1.1.0 3/4", kOk},
+    {"signature 2.1.1.0 1/1", kOk},
+    {"signature 2.1.1.0 255/128", kOk},
+    {"signature 6.1.1.0 7/8", kOk},
+    {"signature 9.3.1.0 3/4", kNo, "a signature starts on a bar line"},
+    {"signature 3 4/4", kNo, "a signature starts on a bar line"},
+    {"signature 5.2.1.0 4/4", kNo, "a signature starts on a bar line"},
+    {"signature 2.1.1.0 5/7", kNo, "the denominator is 1, 2, 4, 8, 16, 32, 64 or 128"},
+    {"signature 2.1.1.0 4/3", kNo, "the denominator is"},
+    {"signature 2.1.1.0 4/256", kNo, "the denominator is"},
+    {"signature 2.1.1.0 4/0", kNo, "the denominator is"},
+    {"signature 2.1.1.0 0/4", kNo, "the numerator runs from 1 to 255"},
+    {"signature 2.1.1.0 256/4", kNo, "the numerator runs from 1 to 255"},
+    {"signature 2.1.1.0 4", kNo, "bad signature"},
+    {"signature -1 4/4", kNo, "Negative positions are not allowed"},
+    // Transport.
+    {"locators 0 2147483647", kOk},
+    {"locators 1 1", kOk},
+    {"locators 5.1.1.0 1.1.1.0", kNo, "must not lie before the left one"},
+    {"locators -1 0", kNo, "Negative positions are not allowed"},
+    {"cycle on", kOk},
+    {"cycle off", kOk},
+    {"cycle maybe", kNo, "expected on or off"},
+    {"cycle", kNo, "usage: cycle"},
+    // Markers.
+    {"marker add 0", kOk},
+    {"marker add 2147483647", kOk},
+    {"marker add 1 R 2147483647", kOk},
+    {"marker add -1", kNo, "Negative positions are not allowed"},
+    {"marker add 2147483648", kNo, "positions end at 2147483647"},
+    {"marker add 1 R 1", kNo, "must end after it starts"},
+    {"marker add 1 \"\"", kAny},
+    {"marker locators", kOk},
+    {"marker locators x", kNo, "usage: marker locators"},
+    {"marker move 1 0", kOk},
+    {"marker move 1 2147483647", kOk},
+    {"marker move 1 -1", kNo, "Negative positions are not allowed"},
+    {"marker move 2 0", kNo, "there is no marker with ID 2"},
+    {"marker move 0 0", kNo, "bad marker ID"},
+    {"marker rename 1 X", kOk},
+    {"marker rename 1 \"\"", kAny},
+    {"marker rename 9 X", kNo, "there is no marker with ID 9"},
+    {"marker id 1 2", kOk},
+    {"marker id 1 2147483647", kOk},
+    {"marker id 1 1", kNo, "the marker already has ID 1"},
+    {"marker id 1 0", kNo, "bad marker ID"},
+    {"marker id 1 2147483648", kNo, "bad marker ID"},
+    {"marker remove 1", kOk},
+    {"marker remove 2", kNo, "there is no marker with ID 2"},
+    {"marker remove", kNo, "usage: marker remove"},
+    // The session.
+    {"undo", kNo, "nothing to undo"},
+    {"undo 0", kNo, "bad count"},
+    {"redo", kNo, "nothing to redo"},
+    {"redo 1000001", kNo, "bad count"},
+    {"history", kOk},
+    {"help", kOk},
+    {"help track add", kOk},
+    {"help nothing", kNo, "no command \"nothing\""},
+    {"save", kOk},
+    {"save as", kNo, "usage: save as PATH"},
+    {"save as /nonexistent-folder/x.vpr", kNo, "the project was not saved"},
+    {"quit", kOk},
+    {"exit", kOk},
+};
+
+// The verb names that `help` lists: the leading words of each entry.
+std::set<std::string> verbsInHelp(const std::string& help) {
+  std::set<std::string> verbs;
+  std::istringstream lines(help);
+  std::string line;
+  while (std::getline(lines, line)) {
+    if (line.rfind("  ", 0) != 0 || line.rfind("   ", 0) == 0) continue;
+    std::istringstream words(line);
+    std::string word;
+    std::string name;
+    while (words >> word && word.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos) {
+      name += (name.empty() ? "" : " ") + word;
+    }
+    if (!name.empty()) verbs.insert(name);
+  }
+  return verbs;
+}
+
+// The verb a line runs: the longest listed name its words begin with.
+std::string verbOf(const std::string& line, const std::set<std::string>& verbs) {
+  std::string best;
+  for (const std::string& verb : verbs) {
+    const bool starts = line.rfind(verb, 0) == 0 && (line.size() == verb.size() || line[verb.size()] == ' ');
+    if (starts && verb.size() > best.size()) best = verb;
+  }
+  return best;
+}
+
+TEST(CliBoundary, EveryVerbAtItsBoundaryValues) {
+  TempFolder dir;
+  const std::string base = (dir / "base.vpr").string();
+  ASSERT_EQ(runVantor({"new", base}).status, 0);
+  std::vector<std::string> setUp = {"edit", base};
+  for (const char* line : kSetUp) setUp.insert(setUp.end(), {"-e", line});
+  const auto made = runVantor(setUp);
+  ASSERT_EQ(made.status, 0) << made.err;
+  const std::string original = slurp(base);
+
+  const std::string file = (dir / "row.vpr").string();
+  for (const Row& row : kRows) {
+    std::filesystem::copy_file(base, file, std::filesystem::copy_options::overwrite_existing);
+    const auto r = runVantor({"edit", file, "-e", row.line});
+    const bool unchanged = slurp(file) == original;
+    switch (row.expect) {
+      case Expect::kOk:
+        EXPECT_EQ(r.status, 0) << row.line << "\n" << r.err;
+        break;
+      case Expect::kRefused:
+        EXPECT_EQ(r.status, 1) << row.line;
+        EXPECT_NE(r.err.find(row.fragment), std::string::npos) << row.line << "\n" << r.err;
+        EXPECT_NE(r.err.find("nothing was saved"), std::string::npos) << row.line << "\n" << r.err;
+        EXPECT_TRUE(unchanged) << row.line;
+        break;
+      case Expect::kEither:
+        EXPECT_TRUE(r.status == 0 || (r.status == 1 && unchanged)) << row.line << "\n" << r.err;
+        break;
+    }
+  }
+
+  // Every verb of the language has its rows.
+  const auto help = runVantor({"shell", base}, "help\n");
+  ASSERT_EQ(help.status, 0);
+  const std::set<std::string> verbs = verbsInHelp(help.out);
+  EXPECT_GT(verbs.size(), 40u);
+  std::set<std::string> covered;
+  for (const Row& row : kRows) covered.insert(verbOf(row.line, verbs));
+  for (const std::string& verb : verbs) EXPECT_TRUE(covered.count(verb)) << "no boundary rows for \"" << verb << "\"";
+}
+
+TEST(CliBoundary, TimeAndTempoReadAsPeopleTypeThem) {
+  TempFolder dir;
+  const std::string file = (dir / "t.vpr").string();
+  ASSERT_EQ(runVantor({"new", file, "--tempo", "140"}).status, 0);
+  // Whole pulses and fixed decimals, never an exponent.
+  const auto far = runVantor({"time", file, "2147483647"});
+  ASSERT_EQ(far.status, 0) << far.err;
+  EXPECT_NE(far.out.find("pulses  2147483647\n"), std::string::npos) << far.out;
+  EXPECT_EQ(far.out.find("e+"), std::string::npos) << far.out;
+  const auto near = runVantor({"time", file, "1234567"});
+  EXPECT_NE(near.out.find("pulses  1234567\n"), std::string::npos) << near.out;
+  EXPECT_EQ(near.out.find("e+"), std::string::npos) << near.out;
+  // 140 is stored as a float of seconds per beat and shown as typed.
+  const auto info = runVantor({"info", file});
+  EXPECT_NE(info.out.find("140.00 BPM"), std::string::npos) << info.out;
+  const auto json = runVantor({"info", file, "--json"});
+  EXPECT_NE(json.out.find("\"bpm\": 140.0"), std::string::npos) << json.out;
+  const auto tempos = runVantor({"shell", file}, "tempos\n");
+  EXPECT_NE(tempos.out.find("140.00 BPM"), std::string::npos) << tempos.out;
+  // `new` refuses what the shell refuses, with the same message.
+  for (const char* bad : {"inf", "1e9", "0.001", "1000", "0x10"}) {
+    const auto r = runVantor({"new", (dir / "n.vpr").string(), "--tempo", bad});
+    EXPECT_NE(r.status, 0) << bad;
+    EXPECT_NE(r.err.find("the tempo must lie between 1 and 999.99 BPM"), std::string::npos) << bad << r.err;
+  }
+  const auto odd = runVantor({"new", (dir / "n.vpr").string(), "--signature", "5/7"});
+  EXPECT_NE(odd.status, 0);
+  EXPECT_NE(odd.err.find("the denominator is"), std::string::npos) << odd.err;
+  EXPECT_FALSE(std::filesystem::exists(dir / "n.vpr"));
+}
+
+}  // namespace
+}  // namespace vantor
