@@ -4,6 +4,7 @@
 
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MEventController.h"
 
 namespace vantor {
 
@@ -44,14 +45,15 @@ bool MSizeCommand::unite(const MCommand& next) {
 }
 
 bool MSizeCommand::doPerform() {
-  // Edit-locked events refuse to be resized; a negative length or a value
+  // The event's controller may refuse (a locked event); a negative length or a value
   // that is not a number is refused too.
   const bool badValue = ((flags_ & kStart) != 0 && !std::isfinite(start_)) ||
                         ((flags_ & kLength) != 0 && !(std::isfinite(length_) && length_ >= 0)) ||
                         ((flags_ & kOffset) != 0 && !std::isfinite(offset_));
-  if (!event_ || !node_ || event_->isLocked() || badValue) {
+  std::string refusal = event_ ? MEventController::refusalFor(*event_, MEventEdit::kResize) : std::string();
+  if (!event_ || !node_ || !refusal.empty() || badValue) {
     flags_ &= static_cast<uint16_t>(~kValid);
-    return false;
+    return refuse(std::move(refusal));
   }
   return exchange();
 }

@@ -33,6 +33,43 @@ bool MEventController::setName(MEvent& event, std::string name) const {
   return track->getNode() != nullptr;
 }
 
+std::string MEventController::describe(const MEvent& event) const {
+  const std::string name = getName(event);
+  if (dynamic_cast<const MTrackEvent*>(&event) != nullptr) return "track \"" + name + "\"";
+  if (dynamic_cast<const MPartEvent*>(&event) != nullptr) return "part \"" + name + "\"";
+  return name.empty() ? std::string("the event") : "\"" + name + "\"";
+}
+
+std::string MEventController::refusal(const MEvent& event, MEventEdit edit) const {
+  bool allowed = false;
+  const char* verb = "";
+  switch (edit) {
+    case MEventEdit::kMove:
+      allowed = canMove(event);
+      verb = "moved";
+      break;
+    case MEventEdit::kResize:
+      allowed = canResize(event);
+      verb = "resized";
+      break;
+    case MEventEdit::kRename:
+      allowed = canRename(event);
+      verb = "renamed";
+      break;
+    case MEventEdit::kDelete:
+      allowed = canDelete(event);
+      verb = "removed";
+      break;
+  }
+  if (allowed) return {};
+  if (event.isLocked()) return describe(event) + " is locked; unlock it first";
+  return describe(event) + " cannot be " + verb;
+}
+
+std::string MEventController::refusalFor(const MEvent& event, MEventEdit edit) {
+  return forEvent(event)->refusal(event, edit);
+}
+
 FRef<MEventController> MEventController::forEvent(const MEvent& event) {
   const MCategoryRegistry& registry = MCategoryRegistry::instance();
   for (const FClass* cls = &event.getClass(); cls != nullptr; cls = cls->getBaseClass()) {

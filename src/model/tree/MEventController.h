@@ -19,6 +19,9 @@
 
 namespace vantor {
 
+// The edits that a controller allows or refuses.
+enum class MEventEdit { kMove, kResize, kRename, kDelete };
+
 class MEventController : public FShared {
   VANTOR_CLASS(MEventController)
  public:
@@ -32,10 +35,19 @@ class MEventController : public FShared {
   // False (nothing changed) when the event cannot be renamed.
   [[nodiscard]] virtual bool setName(MEvent& event, std::string name) const;
 
+  // How a message names the event: 'part "Intro"', 'track "Bass"', or
+  // "the event" for one without a name.
+  virtual std::string describe(const MEvent& event) const;
+  // Why edit of event is refused, in words for the user ('part "Intro" is
+  // locked'), or "" when the controller allows it.
+  virtual std::string refusal(const MEvent& event, MEventEdit edit) const;
+
   // The controller registered under "EventController" for the nearest
   // class of event's chain (its own class first, then each base); a plain
   // MEventController when none of them has one. Never null.
   static FRef<MEventController> forEvent(const MEvent& event);
+  // The refusal of edit by the controller of event's class ("" allowed).
+  static std::string refusalFor(const MEvent& event, MEventEdit edit);
 };
 
 // Controller of parts: a part's name is its node's name, and a part may be
