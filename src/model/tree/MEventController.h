@@ -4,6 +4,7 @@
 // and the category registry in which track kinds ("Track Class") and event
 // controllers ("EventController") are registered by key.
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -44,7 +45,8 @@ class MEventController : public FShared {
 
   // The controller registered under "EventController" for the nearest
   // class of event's chain (its own class first, then each base); a plain
-  // MEventController when none of them has one. Never null.
+  // MEventController when none of them has one. Never null. Controllers are
+  // shared per class and thread: they must hold no state of their own.
   static FRef<MEventController> forEvent(const MEvent& event);
   // The refusal of edit by the controller of event's class ("" allowed).
   static std::string refusalFor(const MEvent& event, MEventEdit edit);
@@ -90,12 +92,15 @@ class MCategoryRegistry {
   std::vector<Entry> entries(std::string_view category) const;
   // A new object from the entry's factory, or nullptr for an unknown key.
   FRef<CmObject> create(std::string_view category, std::string_view key) const;
+  // Counts the changes (add); caches of what was found compare it.
+  uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
 
  private:
   MCategoryRegistry() = default;
 
   std::map<std::string, std::vector<Entry>, std::less<>> categories_;
   mutable std::shared_mutex mutex_;
+  std::atomic<uint64_t> generation_{1};
 };
 
 }  // namespace vantor
