@@ -28,6 +28,9 @@ namespace vantor {
 //   minus its offset on the track), so events move with their part and both
 //   halves of a split part show them where they were. A new event must lie
 //   within the part's visible span: from its offset to offset + length.
+//   Later edits may leave events beyond the edges (sizing a part hides what
+//   lies outside it, as its aliases may show other spans of the same
+//   content); only what lies within the part plays.
 class MInsertCommand : public MCommand {
   VANTOR_CLASS(MInsertCommand)
  public:
