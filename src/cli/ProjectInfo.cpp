@@ -6,6 +6,7 @@
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
 #include "model/markers/MMarkerEvent.h"
+#include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
 #include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
@@ -107,13 +108,17 @@ json describeProject(const PDocument& document) {
   info["signatures"] = signatureEvents;
   info["tracks"] = describeTracks(project, clock);
   json markers = json::array();
-  for (MEvent* e : eventsOf(project.getMarkerTrack()->getNode())) {
+  const MDataNode& markerNode = *project.getMarkerTrack()->getNode();
+  for (MEvent* e : eventsOf(&markerNode)) {
     const auto* m = dynamic_cast<const MMarkerEvent*>(e);
     if (m == nullptr) continue;
+    // Markers in linear time are shown in pulses like everything else.
+    const double start = MMarkerEventController::toPulses(markerNode, m->getStart(), project.getTempoNode());
+    const double end = MMarkerEventController::toPulses(markerNode, m->getEnd(), project.getTempoNode());
     markers.push_back({{"id", m->getMarkerID()},
                        {"name", m->getName()},
-                       {"start", clock.at(m->getStart())},
-                       {"length", m->getLength()},
+                       {"start", clock.at(start)},
+                       {"length", end - start},
                        {"locator", dynamic_cast<const MCycleEvent*>(m) != nullptr}});
   }
   info["markers"] = markers;

@@ -10,7 +10,6 @@
 #include "model/edit/MMoveCommand.h"
 #include "model/edit/MSizeCommand.h"
 #include "model/edit/MVGroupCommands.h"
-#include "model/time/MTimeRange.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -31,30 +30,17 @@ std::optional<std::vector<FRef<MEvent>>> eventList(ShellSession& s, const ShellA
   return events;
 }
 
-// The model's range rule, asked first so that a refusal says why; the
-// command checks the same rule again.
-bool placeable(ShellSession& s, double start, double length, bool keepsPoint) {
-  std::string error;
-  return MTimeRange::checkPlacement(start, length, keepsPoint, &error) || s.fail(error);
-}
-
-bool placeable(ShellSession& s, const MEvent& e, double start) {
-  return placeable(s, start, e.getLength(), e.getLength() == 0);
-}
-
-bool insertPart(ShellSession& s, MDataNode* node, const ShellArgs& a) {
+// Reads START END [NAME] from a[1..3] into part, with positions counted
+// from origin (0 on a track; a part's content origin inside a part).
+bool readSpan(ShellSession& s, const ShellArgs& a, double origin, MPartEvent& part) {
   auto start = s.position(a[1]);
   if (!start) return false;
   auto end = s.position(a[2]);
   if (!end) return false;
   if (*end <= *start) return s.fail("the end must lie after the start");
-  FRef<MPartEvent> part = makeRef<MPartEvent>();
-  part->setNode(part->createNode());
-  part->setName(a.size() > 3 ? a[3] : "Part");
-  part->setStart(*start);
-  part->setLength(*end - *start);
-  if (!s.perform(makeRef<MInsertCommand>(FRef<MDataNode>::share(node), FRef<MEvent>(part)))) return false;
-  s.project().registerEvent(part.get());
+  part.setName(a.size() > 3 ? a[3] : "Part");
+  part.setStart(*start - origin);
+  part.setLength(*end - *start);
   return true;
 }
 
@@ -62,18 +48,26 @@ bool addPart(ShellSession& s, const ShellArgs& a) {
   if (a.size() < 3 || a.size() > 4) return s.fail("usage: part add TRACK START END [NAME]");
   MTrackEvent* t = s.track(a[0]);
   if (t == nullptr) return false;
-  if (t->getNode() == nullptr && !t->ensureContent()) return s.fail("the track cannot hold parts");
-  if (dynamic_cast<MFolderTrack*>(t) != nullptr) return s.fail("a folder track holds tracks, not parts");
-  return insertPart(s, t->getNode(), a);
+  // The track's kind decides what part it holds (audio or MIDI), or none.
+  FRef<MPartEvent> part = t->createPart();
+  if (!part) return s.fail("the " + trackKindName(*t) + " track \"" + t->getName() + "\" holds no parts");
+  if (!readSpan(s, a, 0, *part)) return false;
+  return s.perform(makeRef<MInsertCommand>(FRef<MEvent>::share(t), FRef<MEvent>(part)));
 }
 
 bool addEvent(ShellSession& s, const ShellArgs& a) {
   if (a.size() < 3 || a.size() > 4) return s.fail("usage: event add PART START END [NAME]");
   MEvent* holder = s.event(a[0]);
   if (holder == nullptr) return false;
-  if (holder->getNode() == nullptr || holder->getNode()->events() == nullptr)
-    return s.fail("\"" + a[0] + "\" holds no events");
-  return insertPart(s, holder->getNode(), a);
+  auto* part = dynamic_cast<MPartEvent*>(holder);
+  if (part == nullptr) return s.fail("\"" + a[0] + "\" holds no events");
+  // Positions are typed on the project's time line; inside the part they
+  // count from its content origin. The insert command checks the nesting
+  // and that the event lies inside the part.
+  FRef<MPartEvent> event = makeRef<MPartEvent>();
+  event->setNode(event->createNode());
+  if (!readSpan(s, a, part->getContentOrigin(), *event)) return false;
+  return s.perform(makeRef<MInsertCommand>(FRef<MEvent>::share(part), FRef<MEvent>(event)));
 }
 
 bool removeEvents(ShellSession& s, const ShellArgs& a) {
@@ -84,15 +78,18 @@ bool removeEvents(ShellSession& s, const ShellArgs& a) {
 
 bool moveEvent(ShellSession& s, const ShellArgs& a) {
   if (a.size() < 2 || a.size() > 3) return s.fail("usage: move EVENT POSITION [TRACK]");
-  MEvent* e = s.event(a[0]);
+  double origin = 0;
+  MEvent* e = s.event(a[0], &origin);
   if (e == nullptr) return false;
   auto start = s.position(a[1]);
-  if (!start || !placeable(s, *e, *start)) return false;
-  if (a.size() == 2) return s.perform(makeRef<MSimpleMoveCommand>(FRef<MEvent>::share(e), *start));
+  if (!start) return false;
+  if (a.size() == 2) return s.perform(makeRef<MSimpleMoveCommand>(FRef<MEvent>::share(e), *start - origin));
   MTrackEvent* target = s.track(a[2]);
   if (target == nullptr) return false;
   if (target->getNode() == nullptr || dynamic_cast<MFolderTrack*>(target) != nullptr)
     return s.fail("the track cannot hold parts");
+  // The target node's hold rule (in the move command) decides whether the
+  // track's kind takes the event.
   std::vector<MEventMove> moves{{FRef<MEvent>::share(e), FRef<MDataNode>::share(target->getNode()), *start}};
   return s.perform(makeRef<MMoveCommand>(std::move(moves)));
 }
@@ -108,48 +105,40 @@ bool nudgeEvents(ShellSession& s, const ShellArgs& a) {
   const double delta = earlier ? -*distance : *distance;
   auto events = eventList(s, a, 1, a.size());
   if (!events) return false;
-  for (const auto& e : *events) {
-    if (!placeable(s, *e, e->getStart() + delta)) return false;
-  }
   return s.perform(makeRef<MMoveInsideCommand>(std::move(*events), delta));
 }
 
 bool sizeEvent(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 3) return s.fail("usage: size EVENT start|end|offset|length VALUE");
-  MEvent* e = s.event(a[0]);
+  double origin = 0;
+  MEvent* e = s.event(a[0], &origin);
   if (e == nullptr) return false;
   FRef<MEvent> event = FRef<MEvent>::share(e);
   FRef<MDataNode> node = FRef<MDataNode>::share(e->getParent());
   const std::string& what = a[1];
   if (what != "start" && what != "end" && what != "offset" && what != "length")
     return s.fail("size takes start, end, offset or length, not \"" + what + "\"");
-  auto value = what == "offset" || what == "length" ? s.length(a[2]) : s.position(a[2]);
+  const bool isPosition = what == "start" || what == "end";
+  auto value = isPosition ? s.position(a[2]) : s.length(a[2]);
   if (!value) return false;
-  if (what == "start") {
-    return placeable(s, *value, e->getEnd() - *value, false) &&
-           s.perform(makeRef<MSizeStartCommand>(event, node, *value));
-  }
-  if (what == "end") {
-    return placeable(s, e->getStart(), *value - e->getStart(), false) &&
-           s.perform(makeRef<MSizeEndCommand>(event, node, *value));
-  }
+  if (isPosition) *value -= origin;
+  if (what == "start") return s.perform(makeRef<MSizeStartCommand>(event, node, *value));
+  if (what == "end") return s.perform(makeRef<MSizeEndCommand>(event, node, *value));
   if (what == "offset") return s.perform(makeRef<MOffsetCommand>(event, node, *value), "Set Offset");
-  return placeable(s, e->getStart(), *value, false) && s.perform(makeRef<MLengthCommand>(event, node, *value));
+  return s.perform(makeRef<MLengthCommand>(event, node, *value));
 }
 
 bool splitEvents(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 2) return s.fail("usage: split EVENT POSITION");
-  MEvent* e = s.event(a[0]);
+  double origin = 0;
+  MEvent* e = s.event(a[0], &origin);
   if (e == nullptr) return false;
   auto at = s.position(a[1]);
   if (!at) return false;
+  *at -= origin;
   if (*at <= e->getStart() || *at >= e->getEnd()) return s.fail("the position does not lie inside the event");
-  auto command = makeRef<MSplitCommand>(FRef<MDataNode>::share(e->getParent()),
-                                        std::vector<FRef<MEvent>>{FRef<MEvent>::share(e)}, *at);
-  MSplitCommand* split = command.get();
-  if (!s.perform(command)) return false;
-  for (const auto& piece : split->newPlaces()) s.project().registerEvent(piece.event.get());
-  return true;
+  return s.perform(makeRef<MSplitCommand>(FRef<MDataNode>::share(e->getParent()),
+                                          std::vector<FRef<MEvent>>{FRef<MEvent>::share(e)}, *at));
 }
 
 ShellHandler flagVerb(bool isMute, bool on) {
@@ -187,13 +176,8 @@ std::vector<MEvent*> groupPlacements(MProject& project) {
 bool createGroup(ShellSession& s, const ShellArgs& a) {
   if (a.size() < 3) return s.fail("usage: group create NAME EVENT EVENT...");
   auto events = eventList(s, a, 1, a.size());
-  if (!events) return false;
-  for (const auto& e : *events) s.project().registerEvent(e.get());
-  auto command = makeRef<MVGroupCreateCommand>(FRef<MDataNode>::share(&s.project()), std::move(*events), a[0]);
-  MVGroupCreateCommand* create = command.get();
-  if (!s.perform(command)) return false;
-  if (create->groupEvent() != nullptr) s.project().registerEvent(create->groupEvent());
-  return true;
+  return events &&
+         s.perform(makeRef<MVGroupCreateCommand>(FRef<MDataNode>::share(&s.project()), std::move(*events), a[0]));
 }
 
 bool removeGroup(ShellSession& s, const ShellArgs& a) {
@@ -211,7 +195,8 @@ std::vector<MEvent*> listGroups(MProject& project) { return groupPlacements(proj
 
 void addEventVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"part add", "TRACK START END [NAME]", "add a part to a track", addPart});
-  verbs.push_back({"event add", "PART START END [NAME]", "add an event (a part) inside a part", addEvent});
+  verbs.push_back({"event add", "PART START END [NAME]",
+                   "add an event inside a part (it must lie within the part; events hold no events)", addEvent});
   verbs.push_back({"remove", "EVENT...", "remove parts or events", removeEvents});
   verbs.push_back(
       {"move", "EVENT POSITION [TRACK]", "move an event to POSITION, onto another track if given", moveEvent});

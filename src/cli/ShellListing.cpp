@@ -8,6 +8,7 @@
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "model/markers/MMarkerEvent.h"
+#include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
 #include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
@@ -43,12 +44,15 @@ std::string eventName(const MEvent& event) {
   return event.getNode() != nullptr ? event.getNode()->getName() : "";
 }
 
-void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* node) {
+// Lists the events of node; origin is where their positions count from on
+// the project's time line (a part's content origin for the events inside
+// it), so bars are shown as the user types them.
+void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* node, double origin) {
   const std::vector<MEvent*> events = eventsOf(node);
   for (size_t i = 0; i < events.size(); ++i) {
     const MEvent& e = *events[i];
-    s.out() << prefix << (i + 1) << "  \"" << eventName(e) << "\"  " << bars(s, e.getStart()) << " - "
-            << bars(s, e.getEnd()) << "  (start " << pulsesText(e.getStart()) << ", length "
+    s.out() << prefix << (i + 1) << "  \"" << eventName(e) << "\"  " << bars(s, origin + e.getStart()) << " - "
+            << bars(s, origin + e.getEnd()) << "  (start " << pulsesText(e.getStart()) << ", length "
             << pulsesText(e.getLength()) << ", offset " << pulsesText(e.getOffset()) << ")";
     if (e.getNode() != nullptr && e.getNode()->events() != nullptr)
       s.out() << "  " << e.getNode()->events()->size() << " events";
@@ -83,27 +87,41 @@ bool listParts(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 1) return s.fail("usage: parts TRACK");
   MTrackEvent* t = s.track(a[0]);
   if (t == nullptr) return false;
-  printEvents(s, a[0] + ":", t->getNode());
+  printEvents(s, a[0] + ":", t->getNode(), 0);
   return true;
 }
 
 bool listEvents(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 1) return s.fail("usage: events PART");
-  MEvent* e = s.event(a[0]);
+  double origin = 0;
+  MEvent* e = s.event(a[0], &origin);
   if (e == nullptr) return false;
-  printEvents(s, a[0] + ":", e->getNode());
+  if (const auto* part = dynamic_cast<const MPartEvent*>(e)) origin += part->getContentOrigin();
+  printEvents(s, a[0] + ":", e->getNode(), origin);
   return true;
 }
 
 bool listMarkers(ShellSession& s, const ShellArgs&) {
-  for (MEvent* e : eventsOf(s.project().getMarkerTrack()->getNode())) {
+  const MDataNode& node = *s.project().getMarkerTrack()->getNode();
+  const MTempoTrackNode* tempo = s.project().getTempoNode();
+  for (MEvent* e : eventsOf(&node)) {
     auto* m = dynamic_cast<MMarkerEvent*>(e);
     if (m == nullptr) continue;
-    s.out() << m->getMarkerID() << "  \"" << m->getName() << "\"  " << bars(s, m->getStart());
-    if (dynamic_cast<MRangeMarkerEvent*>(m) != nullptr) s.out() << " - " << bars(s, m->getEnd());
-    if (dynamic_cast<MCycleEvent*>(m) != nullptr) s.out() << "  (locator marker)";
+    // Locator markers are named L and R, apart from the numbered markers.
+    const bool locator = dynamic_cast<MCycleEvent*>(m) != nullptr;
+    if (locator) {
+      s.out() << (m->getMarkerID() == 1 ? "L" : "R");
+    } else {
+      s.out() << m->getMarkerID();
+    }
+    s.out() << "  \"" << m->getName() << "\"  "
+            << bars(s, MMarkerEventController::toPulses(node, m->getStart(), tempo));
+    if (dynamic_cast<MRangeMarkerEvent*>(m) != nullptr)
+      s.out() << " - " << bars(s, MMarkerEventController::toPulses(node, m->getEnd(), tempo));
+    if (locator) s.out() << "  (locator marker)";
     s.out() << '\n';
   }
+  if (node.getDomain() == MTimeDomain::kLinear) s.out() << "markers in linear time\n";
   const MTransport& t = s.transport();
   s.out() << "locators " << bars(s, t.getLeftLocator()) << " - " << bars(s, t.getRightLocator()) << ", cycle "
           << (t.isCycleOn() ? "on" : "off") << '\n';

@@ -6,6 +6,7 @@
 #include "cli/ShellSession.h"
 #include "model/time/MTimeRange.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
 #include "model/tree/MTrackList.h"
@@ -102,7 +103,8 @@ MTrackEvent* ShellSession::track(const std::string& text) {
   return found;
 }
 
-MEvent* ShellSession::event(const std::string& text) {
+MEvent* ShellSession::event(const std::string& text, double* origin) {
+  if (origin != nullptr) *origin = 0;
   const std::vector<std::string> parts = splitReference(text);
   if (parts.size() < 2 || parts.size() > 3) {
     fail("\"" + text + "\" is not an event reference (TRACK:PART or TRACK:PART:EVENT)");
@@ -121,6 +123,10 @@ MEvent* ShellSession::event(const std::string& text) {
     if (number > inside.size()) {
       fail("there is no event " + text + " (" + std::to_string(inside.size()) + " there)");
       return nullptr;
+    }
+    // Events inside a part count from its content origin.
+    if (origin != nullptr && level == 2) {
+      if (const auto* part = dynamic_cast<const MPartEvent*>(current)) *origin += part->getContentOrigin();
     }
     current = inside[number - 1];
   }

@@ -123,8 +123,12 @@ bool ShellSession::fail(const std::string& message) {
 bool ShellSession::perform(FRef<MCommand> command, const std::string& description) {
   // The history takes the root's write lock around the edit.
   MRoot* root = document_.arrangement()->getRoot();
-  if (!history_.perform(std::move(command), root, description))
+  const FRef<MCommand> kept = command;
+  if (!history_.perform(std::move(command), root, description)) {
+    // The command's own reason where it gave one ("part \"Intro\" is locked").
+    if (kept && !kept->failure().empty()) return fail(kept->failure());
     return fail("the edit could not be made (locked, read-only or out of range)");
+  }
   noteChange();
   return true;
 }

@@ -84,7 +84,10 @@ class ShellSession {
   std::optional<double> position(const std::string& text);
   std::optional<double> length(const std::string& text);
   MTrackEvent* track(const std::string& text);
-  MEvent* event(const std::string& text);
+  // An event reference. origin, when given, receives where the positions of
+  // the event count from on the project's time line: 0 for a part, the
+  // part's content origin for an event inside a part.
+  MEvent* event(const std::string& text, double* origin = nullptr);
   std::optional<bool> onOff(const ShellArgs& args, size_t index, bool byDefault);
   std::optional<long> integer(const std::string& text, long min, long max, const char* what);
   const MPosition& positions();

@@ -5,6 +5,7 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
+#include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
 #include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
@@ -112,7 +113,11 @@ bool setCycle(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 1) return s.fail("usage: cycle on|off");
   auto on = s.onOff(a, 0, true);
   if (!on) return false;
-  s.transport().setCycle(*on);
+  // The marker track's controller owns the switch ("setCycle").
+  const auto markers = makeRef<MMarkerEventController>();
+  const MPropertyEdit edit = markers->setTrackProperty(*s.project().getMarkerTrack(), "setCycle", *on,
+                                                       {&s.transport(), s.project().getTempoNode()});
+  if (!edit.ok()) return s.fail(edit.error);
   s.noteChange();
   return true;
 }

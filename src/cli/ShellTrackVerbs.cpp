@@ -69,9 +69,7 @@ bool addTrack(ShellSession& s, const ShellArgs& a) {
     if (!at) return false;
     index = static_cast<size_t>(*at - 1);
   }
-  if (!s.perform(makeRef<MInsertTrackCommand>(FRef<MTrackList>::share(list), track, index))) return false;
-  s.project().registerEvent(track.get());
-  return true;
+  return s.perform(makeRef<MInsertTrackCommand>(FRef<MTrackList>::share(list), track, index));
 }
 
 bool removeTrack(ShellSession& s, const ShellArgs& a) {

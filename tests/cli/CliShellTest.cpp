@@ -136,5 +136,53 @@ TEST(CliShell, HelpListsTheLanguage) {
   }
 }
 
+TEST(CliShell, ALockedPartRefusesARenameThroughTheShell) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  ASSERT_EQ(runVantor({"shell", file},
+                      "track add midi Keys\ntrack add audio Voice\ntrack add marker Notes\n"
+                      "part add 1 5.1.1.0 9.1.1.0 Verse\nevent add 1:1 5.1.1.0 5.2.1.0 Note\n"
+                      "marker add 2.1.1.0 Intro\nmarker locators\nlock 1:1\nsave\n")
+                .status,
+            0);
+  const std::string before = slurp(file);
+  // Each refused line names its reason; `vantor edit` then saves nothing.
+  const std::pair<const char*, const char*> refusals[] = {
+      {"rename 1:1 Chorus", "part \"Verse\" is locked; unlock it first"},
+      {"move 1:1 1.1.1.0", "part \"Verse\" is locked"},
+      {"size 1:1 end 10.1.1.0", "part \"Verse\" is locked"},
+      {"split 1:1 6.1.1.0", "part \"Verse\" is locked"},
+      {"part add Voice 1.1.1.0 2.1.1.0", ""},  // audio parts are fine on an audio track: the control line
+      {"part add Notes 1.1.1.0 2.1.1.0", "the Marker track \"Notes\" holds no parts"},
+      {"move 1:1:1 1.1.1.0 Voice", "\"Voice\" holds only audio parts"},
+      {"event add 1:1 1.1.1.0 1.2.1.0", "an event must lie inside part \"Verse\""},
+      {"event add 1:1:1 5.1.1.0 5.1.2.0", "lies inside a part and holds no events"},
+      {"marker rename L Start", "the left locator marker is named by its locator and cannot be renamed"},
+      {"marker id R 7", "a locator marker's ID names its locator"},
+  };
+  for (const auto& [line, reason] : refusals) {
+    const auto r = runVantor({"edit", file, "-e", line});
+    if (*reason == '\0') {
+      EXPECT_EQ(r.status, 0) << line << r.err;
+      ASSERT_EQ(runVantor({"shell", file}, "remove 2:1\nsave\n").status, 0);
+    } else {
+      EXPECT_EQ(r.status, 1) << line;
+      EXPECT_NE(r.err.find(reason), std::string::npos) << line << ": " << r.err;
+    }
+    EXPECT_EQ(slurp(file), before) << line;
+  }
+  // Events inside a part are typed and listed on the song's time line, and
+  // move with their part; locator markers are L and R, apart from marker 1,
+  // and a second `marker locators` adds no second set.
+  const auto r = runVantor({"shell", file},
+                           "unlock 1:1\nmove 1:1 3.1.1.0\nevents 1:1\nmarker locators\nmarker remove 1\nmarkers\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("1:1:1  \"Note\"  3.1.1.0 - 3.2.1.0"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("L  \"Left Locator\"  1.1.1.0  (locator marker)\nR  \"Right Locator\"  5.1.1.0"),
+            std::string::npos)
+      << r.out;
+  EXPECT_EQ(r.out.find("Intro"), std::string::npos) << r.out;
+}
+
 }  // namespace
 }  // namespace vantor

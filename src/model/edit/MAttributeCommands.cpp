@@ -5,6 +5,7 @@
 
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MEventController.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MTrackEvent.h"
 
@@ -129,15 +130,6 @@ MVerticalCommand::MVerticalCommand(std::vector<FRef<MEvent>> events, FRef<MDataN
   }
 }
 
-bool MVerticalCommand::unite(const MCommand& next) {
-  const auto* other = dynamic_cast<const MVerticalCommand*>(&next);
-  return other != nullptr && sameEvents(moves_, other->moves_);
-}
-
-size_t MVerticalCommand::heldBytes() const { return MCommand::heldBytes() + moves_.capacity() * sizeof(MEventMove); }
-
-bool MVerticalCommand::doPerform() { return !moves_.empty() && !anyLocked(moves_) && exchangeMoves(moves_); }
-
 // ---- MMuteCommand, MEditLockCommand -----------------------------------------
 
 MMuteCommand::MMuteCommand(std::vector<FRef<MEvent>> events, bool mute)
@@ -156,7 +148,15 @@ MRenameCommand::MRenameCommand(FRef<MEvent> event, std::string name)
     : event_(std::move(event)), name_(std::move(name)) {}
 
 std::string MRenameCommand::description() const {
-  return event_ && event_->isKindOf("MTrackEvent") ? "Rename Track" : "Rename Part";
+  if (event_ && event_->isKindOf("MTrackEvent")) return "Rename Track";
+  return event_ && event_->isKindOf("MMarkerEvent") ? "Rename Marker" : "Rename Part";
+}
+
+bool MRenameCommand::doPerform() {
+  if (!event_) return false;
+  std::string refusal = MEventController::refusalFor(*event_, MEventEdit::kRename);
+  if (!refusal.empty()) return refuse(std::move(refusal));
+  return exchange();
 }
 
 bool MRenameCommand::unite(const MCommand& next) {
@@ -167,10 +167,11 @@ bool MRenameCommand::unite(const MCommand& next) {
 size_t MRenameCommand::heldBytes() const { return MCommand::heldBytes() + name_.capacity(); }
 
 bool MRenameCommand::exchange() {
-  MDataNode* node = event_ ? event_->getNode() : nullptr;
-  if (node == nullptr || node->isReadOnly()) return false;
-  std::string old = node->getName();
-  node->setName(std::move(name_));
+  MDataNode* node = event_->getNode();
+  if (node != nullptr && node->isReadOnly()) return refuse("the content is read-only");
+  FRef<MEventController> controller = MEventController::forEvent(*event_);
+  std::string old = controller->getName(*event_);
+  if (!controller->setName(*event_, name_)) return refuse(controller->refusal(*event_, MEventEdit::kRename));
   name_ = std::move(old);
   return true;
 }

@@ -24,7 +24,7 @@ namespace vantor {
 // To the front gives the event a fresh, highest key; to the back gives every
 // other event of that start a fresh key in their present order, so the event
 // comes first. "To Front" / "To Back".
-class MPriorityCommand : public MCommand {
+class MPriorityCommand : public MExchangeCommand {
   VANTOR_CLASS(MPriorityCommand)
  public:
   MPriorityCommand() = default;
@@ -35,15 +35,13 @@ class MPriorityCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
 
  private:
   struct Rank {
     FRef<MEvent> event;
     uint64_t key;
   };
-  bool exchange();
+  bool exchange() override;
 
   FRef<MEvent> event_;
   FRef<MDataNode> node_;
@@ -54,23 +52,13 @@ class MPriorityCommand : public MCommand {
 // Moves events into another node (another track or lane) at the same time.
 // Edit-locked events refuse. "Move Vertically". Repeated vertical moves of
 // the same events unite.
-class MVerticalCommand : public MCommand {
+class MVerticalCommand : public MEventMoveCommand {
   VANTOR_CLASS(MVerticalCommand)
  public:
   MVerticalCommand() = default;
   MVerticalCommand(std::vector<FRef<MEvent>> events, FRef<MDataNode> target);
 
   std::string description() const override { return "Move Vertically"; }
-  bool unite(const MCommand& next) override;
-  size_t heldBytes() const override;
-
- protected:
-  bool doPerform() override;
-  bool doUndo() override { return exchangeMoves(moves_); }
-  bool doRedo() override { return exchangeMoves(moves_); }
-
- private:
-  std::vector<MEventMove> moves_;
 };
 
 // One event and the value of an attribute to give it.
@@ -125,11 +113,13 @@ class MEditLockCommand : public MCommand {
   bool lock_ = true;
 };
 
-// Renames the content an event shows (a part's or a track's name is its
-// node's name). Fails when the event has no node or the node is read-only.
-// "Rename Part" ("Rename Track" for a track event). Repeated renames of the
-// same event unite, so typing a name is one undo step.
-class MRenameCommand : public MCommand {
+// Renames an event through the controller of its class (a part's or a
+// track's name is its node's name, a marker's its own). The controller may
+// refuse (a locked part, a locator marker): the command fails with its
+// reason. It fails too when the event's node is read-only. "Rename Part"
+// ("Rename Track", "Rename Marker"). Repeated renames of the same event
+// unite, so typing a name is one undo step.
+class MRenameCommand : public MExchangeCommand {
   VANTOR_CLASS(MRenameCommand)
  public:
   MRenameCommand() = default;
@@ -140,13 +130,10 @@ class MRenameCommand : public MCommand {
   size_t heldBytes() const override;
 
  protected:
-  bool doPerform() override { return exchange(); }
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
+  bool doPerform() override;
+  bool exchange() override;
 
  private:
-  bool exchange();
-
   FRef<MEvent> event_;
   std::string name_;
 };
@@ -154,7 +141,7 @@ class MRenameCommand : public MCommand {
 // Sets the colour of track events (their "Colr" attribute; 0 is the kind's
 // default colour) and of parts (0 is the track's colour). Other events carry
 // no colour: a command naming one fails. "Color".
-class MColorCommand : public MCommand {
+class MColorCommand : public MExchangeCommand {
   VANTOR_CLASS(MColorCommand)
  public:
   MColorCommand() = default;
@@ -165,11 +152,9 @@ class MColorCommand : public MCommand {
 
  protected:
   bool doPerform() override { return !values_.empty() && exchange(); }
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
 
  private:
-  bool exchange();
+  bool exchange() override;
 
   std::vector<MEventValue> values_;
 };

@@ -3,6 +3,9 @@
 #include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MEventController.h"
+#include "model/tree/MPartEvent.h"
+#include "model/tree/MTrackEvent.h"
 
 namespace vantor {
 
@@ -13,6 +16,29 @@ VANTOR_DEFINE_CLASS(MSplitCommand, MReplaceCommand, 0)
 
 namespace {
 size_t placesBytes(const std::vector<MEventPlace>& places) { return places.capacity() * sizeof(MEventPlace); }
+
+// Why the events cannot go into their nodes: a node refuses changes or
+// cannot hold its event. "" when they can.
+std::string insertRefusal(const std::vector<MEventPlace>& places) {
+  for (const MEventPlace& place : places) {
+    if (!place.event) continue;
+    std::string range;
+    const double length = place.event->getLength();
+    if (!MTimeRange::checkPlacement(place.event->getStart(), length, length == 0, &range)) return range;
+    FRef<MAccessor> accessor = writeAccessorOf(place.node.get());
+    if (!accessor) return place.node ? "\"" + place.node->getName() + "\" cannot be changed" : std::string();
+    std::string refusal = holdRefusal(*accessor, *place.event);
+    if (!refusal.empty()) return refusal;
+  }
+  return {};
+}
+
+std::vector<FRef<MEvent>> eventsOf(const std::vector<MEventPlace>& places) {
+  std::vector<FRef<MEvent>> events;
+  events.reserve(places.size());
+  for (const MEventPlace& place : places) events.push_back(place.event);
+  return events;
+}
 
 std::vector<MEventPlace> placesIn(const FRef<MDataNode>& node, std::vector<FRef<MEvent>> events) {
   std::vector<MEventPlace> places;
@@ -40,20 +66,68 @@ MInsertCommand::MInsertCommand(FRef<MDataNode> node, std::vector<FRef<MEvent>> e
 MInsertCommand::MInsertCommand(FRef<MDataNode> node, FRef<MEvent> event)
     : MInsertCommand(std::move(node), std::vector<FRef<MEvent>>{std::move(event)}) {}
 
+MInsertCommand::MInsertCommand(FRef<MEvent> holder, FRef<MEvent> event)
+    : MInsertCommand(FRef<MDataNode>::share(holder ? holder->getNode() : nullptr), std::move(event)) {
+  holder_ = std::move(holder);
+}
+
 size_t MInsertCommand::heldBytes() const { return MCommand::heldBytes() + placesBytes(places_); }
+
+bool MInsertCommand::prepareHolder() {
+  if (dynamic_cast<MPartNode*>(holder_->getParent()) != nullptr) {
+    return refuse(MEventController::forEvent(*holder_)->describe(*holder_) +
+                  " lies inside a part and holds no events of its own");
+  }
+  if (holder_->getNode() == nullptr) {
+    FRef<MDataNode> node;
+    if (auto* track = dynamic_cast<MTrackEvent*>(holder_.get())) node = track->createNode();
+    if (auto* part = dynamic_cast<MPartEvent*>(holder_.get())) node = part->createNode();
+    if (!node) return refuse(MEventController::forEvent(*holder_)->describe(*holder_) + " holds no events");
+    givenNode_ = node;
+    for (MEventPlace& place : places_) place.node = node;
+  }
+  if (dynamic_cast<MPartEvent*>(holder_.get()) != nullptr) {
+    const double from = holder_->getOffset();
+    const double to = from + holder_->getLength();
+    for (const MEventPlace& place : places_) {
+      if (place.event && (place.event->getStart() < from || place.event->getEnd() > to)) {
+        return refuse("an event must lie inside " + MEventController::forEvent(*holder_)->describe(*holder_));
+      }
+    }
+  }
+  return true;
+}
 
 bool MInsertCommand::doPerform() {
   // New events go in in the order given; an index is not known yet, so
   // events for a track list are appended.
   if (places_.empty()) return false;
-  for (const MEventPlace& place : places_) {
-    if (!place.event) return false;
-    const double length = place.event->getLength();
-    if (!MTimeRange::checkPlacement(place.event->getStart(), length, length == 0, nullptr)) return false;
-  }
+  if (holder_ && !prepareHolder()) return false;
+  if (givenNode_) holder_->setNode(givenNode_);
+  std::string refusal = insertRefusal(places_);
   std::vector<MEventPlace> reversed(places_.rbegin(), places_.rend());
-  if (!putBackAll(reversed)) return false;
+  if (!refusal.empty() || !putBackAll(reversed)) {
+    if (givenNode_) holder_->setNode(nullptr);
+    return refuse(std::move(refusal));
+  }
   places_.assign(reversed.rbegin(), reversed.rend());
+  registerPlaces(places_);
+  return true;
+}
+
+bool MInsertCommand::doUndo() {
+  if (!takeOutAll(places_)) return false;
+  if (givenNode_) holder_->setNode(nullptr);
+  return true;
+}
+
+bool MInsertCommand::doRedo() {
+  if (givenNode_) holder_->setNode(givenNode_);
+  if (!putBackAll(places_)) {
+    if (givenNode_) holder_->setNode(nullptr);
+    return false;
+  }
+  registerPlaces(places_);
   return true;
 }
 
@@ -65,7 +139,18 @@ MRemoveCommand::MRemoveCommand(FRef<MEvent> event) : MRemoveCommand(std::vector<
 
 size_t MRemoveCommand::heldBytes() const { return MCommand::heldBytes() + placesBytes(places_); }
 
-bool MRemoveCommand::doPerform() { return !places_.empty() && takeOutAll(places_); }
+bool MRemoveCommand::doPerform() {
+  if (places_.empty()) return false;
+  std::string refusal = editRefusal(eventsOf(places_), MEventEdit::kDelete);
+  if (!refusal.empty()) return refuse(std::move(refusal));
+  return takeOutAll(places_);
+}
+
+bool MRemoveCommand::doUndo() {
+  if (!putBackAll(places_)) return false;
+  registerPlaces(places_);
+  return true;
+}
 
 // ---- MReplaceCommand --------------------------------------------------------
 
@@ -90,6 +175,10 @@ size_t MReplaceCommand::heldBytes() const {
 
 bool MReplaceCommand::swap(std::vector<MEventPlace>& out, std::vector<MEventPlace>& in, bool fresh) {
   if (out.empty() && in.empty()) return false;
+  if (fresh) {
+    std::string refusal = insertRefusal(in);
+    if (!refusal.empty()) return refuse(std::move(refusal));
+  }
   if (!takeOutAll(out)) return false;
   // putBackAll works last to first, which restores events taken out before.
   // Fresh events go in in their given order: hand them over reversed.
@@ -101,7 +190,10 @@ bool MReplaceCommand::swap(std::vector<MEventPlace>& out, std::vector<MEventPlac
   } else {
     ok = putBackAll(in);
   }
-  if (ok) return true;
+  if (ok) {
+    registerPlaces(in);
+    return true;
+  }
   // Put the removed events back so that the command changes nothing.
   const bool restored = putBackAll(out);
   static_cast<void>(restored);
@@ -132,12 +224,12 @@ MSplitCommand::MSplitCommand(FRef<MDataNode> node, std::vector<FRef<MEvent>> eve
 
 bool MSplitCommand::doPerform() {
   if (oldPlaces().empty()) return false;
-  for (const auto& place : oldPlaces()) {
-    if (place.event->isLocked()) return false;
-  }
+  std::string refusal = editRefusal(eventsOf(oldPlaces()), MEventEdit::kResize);
   for (const auto& place : newPlaces()) {
-    if (!MTimeRange::checkPlacement(place.event->getStart(), place.event->getLength(), false, nullptr)) return false;
+    if (!refusal.empty()) break;
+    (void)MTimeRange::checkPlacement(place.event->getStart(), place.event->getLength(), false, &refusal);
   }
+  if (!refusal.empty()) return refuse(std::move(refusal));
   return MReplaceCommand::doPerform();
 }
 

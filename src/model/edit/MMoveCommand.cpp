@@ -7,6 +7,7 @@
 #include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MEventController.h"
 
 namespace vantor {
 
@@ -86,20 +87,19 @@ bool exchangeMoves(std::vector<MEventMove>& moves) {
   return ok;
 }
 
-bool movesInRange(const std::vector<MEventMove>& moves) {
+std::string moveRefusal(const std::vector<MEventMove>& moves) {
   for (const MEventMove& move : moves) {
     if (!move.event) continue;
+    std::string refusal = MEventController::refusalFor(*move.event, MEventEdit::kMove);
+    if (!refusal.empty()) return refusal;
     const double length = move.event->getLength();
-    if (!MTimeRange::checkPlacement(move.start, length, length == 0, nullptr)) return false;
+    if (!MTimeRange::checkPlacement(move.start, length, length == 0, &refusal)) return refusal;
+    if (move.node && move.node.get() != move.event->getParent()) {
+      refusal = move.node->holdRefusal(*move.event);
+      if (!refusal.empty()) return refusal;
+    }
   }
-  return true;
-}
-
-bool anyLocked(const std::vector<MEventMove>& moves) {
-  for (const MEventMove& move : moves) {
-    if (move.event && move.event->isLocked()) return true;
-  }
-  return false;
+  return {};
 }
 
 bool sameEvents(const std::vector<MEventMove>& a, const std::vector<MEventMove>& b) {
@@ -110,57 +110,36 @@ bool sameEvents(const std::vector<MEventMove>& a, const std::vector<MEventMove>&
   return true;
 }
 
-// ---- MSimpleMoveCommand -----------------------------------------------------
+// ---- MEventMoveCommand ------------------------------------------------------
+
+bool MEventMoveCommand::unite(const MCommand& next) {
+  const auto* other = dynamic_cast<const MEventMoveCommand*>(&next);
+  return other != nullptr && &other->getClass() == &getClass() && sameEvents(moves_, other->moves_);
+}
+
+size_t MEventMoveCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
+
+bool MEventMoveCommand::doPerform() {
+  if (moves_.empty()) return false;
+  std::string refusal = moveRefusal(moves_);
+  if (!refusal.empty()) return refuse(std::move(refusal));
+  return exchangeMoves(moves_);
+}
+
+// ---- The three move commands ------------------------------------------------
 
 MSimpleMoveCommand::MSimpleMoveCommand(FRef<MEvent> event, double newStart)
-    : moves_(movesBy({std::move(event)}, nullptr, 0)) {
+    : MEventMoveCommand(movesBy({std::move(event)}, nullptr, 0)) {
   if (!moves_.empty()) moves_.front().start = newStart;
 }
 
-bool MSimpleMoveCommand::unite(const MCommand& next) {
-  const auto* other = dynamic_cast<const MSimpleMoveCommand*>(&next);
-  return other != nullptr && sameEvents(moves_, other->moves_);
-}
-
-size_t MSimpleMoveCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
-
-bool MSimpleMoveCommand::doPerform() {
-  return !moves_.empty() && !anyLocked(moves_) && movesInRange(moves_) && exchangeMoves(moves_);
-}
-
-// ---- MMoveInsideCommand -----------------------------------------------------
-
 MMoveInsideCommand::MMoveInsideCommand(std::vector<FRef<MEvent>> events, double delta)
-    : moves_(movesBy(std::move(events), nullptr, delta)) {}
-
-bool MMoveInsideCommand::unite(const MCommand& next) {
-  const auto* other = dynamic_cast<const MMoveInsideCommand*>(&next);
-  return other != nullptr && sameEvents(moves_, other->moves_);
-}
-
-size_t MMoveInsideCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
-
-bool MMoveInsideCommand::doPerform() {
-  return !moves_.empty() && !anyLocked(moves_) && movesInRange(moves_) && exchangeMoves(moves_);
-}
-
-// ---- MMoveCommand -----------------------------------------------------------
+    : MEventMoveCommand(movesBy(std::move(events), nullptr, delta)) {}
 
 MMoveCommand::MMoveCommand(std::vector<FRef<MEvent>> events, FRef<MDataNode> target, double delta)
-    : moves_(movesBy(std::move(events), &target, delta)) {}
+    : MEventMoveCommand(movesBy(std::move(events), &target, delta)) {}
 
-MMoveCommand::MMoveCommand(std::vector<MEventMove> moves) : moves_(std::move(moves)) {}
-
-bool MMoveCommand::unite(const MCommand& next) {
-  const auto* other = dynamic_cast<const MMoveCommand*>(&next);
-  return other != nullptr && sameEvents(moves_, other->moves_);
-}
-
-size_t MMoveCommand::heldBytes() const { return MCommand::heldBytes() + movesBytes(moves_); }
-
-bool MMoveCommand::doPerform() {
-  return !moves_.empty() && !anyLocked(moves_) && movesInRange(moves_) && exchangeMoves(moves_);
-}
+MMoveCommand::MMoveCommand(std::vector<MEventMove> moves) : MEventMoveCommand(std::move(moves)) {}
 
 // ---- MMoveEndCommand --------------------------------------------------------
 
@@ -178,10 +157,11 @@ bool MMoveEndCommand::unite(const MCommand& next) {
 }
 
 bool MMoveEndCommand::doPerform() {
-  if (!event_ || event_->isLocked() || !MTimeRange::checkPlacement(event_->getStart(), length_, false, nullptr) ||
-      !MTimeRange::isOffset(offset_)) {
-    return false;
-  }
+  if (!event_) return false;
+  std::string refusal = MEventController::refusalFor(*event_, MEventEdit::kResize);
+  if (refusal.empty()) (void)MTimeRange::checkPlacement(event_->getStart(), length_, false, &refusal);
+  if (refusal.empty() && !MTimeRange::isOffset(offset_)) refusal = "the offset lies outside the time range";
+  if (!refusal.empty()) return refuse(std::move(refusal));
   return exchange();
 }
 

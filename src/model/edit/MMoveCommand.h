@@ -32,78 +32,61 @@ struct MEventMove {
 // when an event is missing, named twice, has no parent, or a node gives no
 // write accessor. Starts that are not finite are refused too.
 [[nodiscard]] bool exchangeMoves(std::vector<MEventMove>& moves);
-// True when every event keeps its length inside the time range at its new
-// start (MTimeRange::checkPlacement). The commands check it before they
-// move; undo never does, so it restores whatever was there.
-bool movesInRange(const std::vector<MEventMove>& moves);
-// True when any of the events is edit-locked.
-bool anyLocked(const std::vector<MEventMove>& moves);
+// Why the moves cannot be made, in words for the user: an event's controller
+// refuses to move it (it is locked), a target node cannot hold it, or the
+// event would leave the time range at its new start (MTimeRange::checkPlacement;
+// checked before a move, never on undo, which restores whatever was there). ""
+// when nothing stands in the way.
+std::string moveRefusal(const std::vector<MEventMove>& moves);
 // True when both lists move the same events in the same order.
 bool sameEvents(const std::vector<MEventMove>& a, const std::vector<MEventMove>& b);
 
+// What the move commands share: a list of moves that the first perform
+// checks (moveRefusal) and every step exchanges. Repeated moves of the same
+// events by the same command class unite, so a drag or a run of nudges is
+// one undo step. Not a class of its own in the registry.
+class MEventMoveCommand : public MCommand {
+ public:
+  std::string description() const override { return "Move"; }
+  bool unite(const MCommand& next) override;
+  size_t heldBytes() const override;
+
+ protected:
+  MEventMoveCommand() = default;
+  explicit MEventMoveCommand(std::vector<MEventMove> moves) : moves_(std::move(moves)) {}
+
+  bool doPerform() override;
+  bool doUndo() override { return exchangeMoves(moves_); }
+  bool doRedo() override { return exchangeMoves(moves_); }
+
+  std::vector<MEventMove> moves_;
+};
+
 // Moves one event to a new start in its node (a nudge or a drag). "Move".
-// Repeated moves of the same event unite.
-class MSimpleMoveCommand : public MCommand {
+class MSimpleMoveCommand : public MEventMoveCommand {
   VANTOR_CLASS(MSimpleMoveCommand)
  public:
   MSimpleMoveCommand() = default;
   MSimpleMoveCommand(FRef<MEvent> event, double newStart);
-
-  std::string description() const override { return "Move"; }
-  bool unite(const MCommand& next) override;
-  size_t heldBytes() const override;
-
- protected:
-  bool doPerform() override;
-  bool doUndo() override { return exchangeMoves(moves_); }
-  bool doRedo() override { return exchangeMoves(moves_); }
-
- private:
-  std::vector<MEventMove> moves_;
 };
 
-// Moves events by delta within the nodes that hold them. "Move". Repeated
-// moves of the same events unite.
-class MMoveInsideCommand : public MCommand {
+// Moves events by delta within the nodes that hold them. "Move".
+class MMoveInsideCommand : public MEventMoveCommand {
   VANTOR_CLASS(MMoveInsideCommand)
  public:
   MMoveInsideCommand() = default;
   MMoveInsideCommand(std::vector<FRef<MEvent>> events, double delta);
-
-  std::string description() const override { return "Move"; }
-  bool unite(const MCommand& next) override;
-  size_t heldBytes() const override;
-
- protected:
-  bool doPerform() override;
-  bool doUndo() override { return exchangeMoves(moves_); }
-  bool doRedo() override { return exchangeMoves(moves_); }
-
- private:
-  std::vector<MEventMove> moves_;
 };
 
 // Moves events by delta in time and into the node target (another part or
-// track). "Move". Repeated moves of the same events unite.
-class MMoveCommand : public MCommand {
+// track). "Move".
+class MMoveCommand : public MEventMoveCommand {
   VANTOR_CLASS(MMoveCommand)
  public:
   MMoveCommand() = default;
   MMoveCommand(std::vector<FRef<MEvent>> events, FRef<MDataNode> target, double delta);
   // Moves each event to the node and start of its entry (index npos).
   explicit MMoveCommand(std::vector<MEventMove> moves);
-
-  std::string description() const override { return "Move"; }
-  bool unite(const MCommand& next) override;
-  size_t heldBytes() const override;
-
- protected:
-  bool doPerform() override;
-  bool doUndo() override { return exchangeMoves(moves_); }
-  bool doRedo() override { return exchangeMoves(moves_); }
-
- private:
-  std::vector<MEventMove> moves_;
 };
 
 // Moves an event's end with its content: the length becomes newEnd - start
@@ -111,7 +94,7 @@ class MMoveCommand : public MCommand {
 // at the old end plays at the new end. A length of 0 or below, or an end
 // beyond the positions, is refused. "Move
 // End". Repeated moves of the same event's end unite.
-class MMoveEndCommand : public MCommand {
+class MMoveEndCommand : public MExchangeCommand {
   VANTOR_CLASS(MMoveEndCommand)
  public:
   MMoveEndCommand() = default;
@@ -125,12 +108,9 @@ class MMoveEndCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
+  bool exchange() override;
 
  private:
-  bool exchange();
-
   FRef<MEvent> event_;
   FRef<MDataNode> node_;
   double length_ = 0;

@@ -27,7 +27,7 @@ inline constexpr const char* kDomainChangedName = "Domain Changed";
 // Gives an event another node to show. The event's node announces nothing;
 // the node that holds the event hears of the change like of an extent
 // change. Fails when the event's parent refuses changes. "Set Content".
-class MSetNodeCommand : public MCommand {
+class MSetNodeCommand : public MExchangeCommand {
   VANTOR_CLASS(MSetNodeCommand)
  public:
   MSetNodeCommand() = default;
@@ -38,11 +38,9 @@ class MSetNodeCommand : public MCommand {
 
  protected:
   bool doPerform() override { return event_ && exchange(); }
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
 
  private:
-  bool exchange();
+  bool exchange() override;
 
   FRef<MEvent> event_;
   FRef<MDataNode> node_;
@@ -82,7 +80,7 @@ struct MDomainChange {
 // without one only the domain changes. Fails when the node is read-only or
 // already has that domain. Announces "Domain Changed" to the node's
 // dependents. "Change Time Domain".
-class MNodeDomainCommand : public MCommand {
+class MNodeDomainCommand : public MExchangeCommand {
   VANTOR_CLASS(MNodeDomainCommand)
  public:
   MNodeDomainCommand() = default;
@@ -93,11 +91,9 @@ class MNodeDomainCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
 
  private:
-  bool exchange();
+  bool exchange() override;
 
   MDomainChange change_;
   FRef<MTempoTrackNode> tempo_;
@@ -108,7 +104,7 @@ class MNodeDomainCommand : public MCommand {
 // minus its offset on the parent's time line), so a tempo track converts
 // them around that origin. Announces "Domain Changed" to the dependents of
 // the event and of its node. "Change Time Domain".
-class MEventDomainCommand : public MCommand {
+class MEventDomainCommand : public MExchangeCommand {
   VANTOR_CLASS(MEventDomainCommand)
  public:
   MEventDomainCommand() = default;
@@ -119,11 +115,9 @@ class MEventDomainCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
 
  private:
-  bool exchange();
+  bool exchange() override;
   // The project position in pulses of the event's content origin.
   double originPulses() const;
 

@@ -5,6 +5,7 @@
 #include "model/time/MTimeRange.h"
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MEventController.h"
 
 namespace vantor {
 
@@ -45,22 +46,29 @@ bool MSizeCommand::unite(const MCommand& next) {
 }
 
 bool MSizeCommand::doPerform() {
-  // Edit-locked events refuse to be resized; so does a result outside the
-  // time range: a start or end outside the positions, a length of 0 or
-  // below, an offset that is not a number.
-  const bool badValue = event_ && (!placementInRange() || ((flags_ & kOffset) != 0 && !MTimeRange::isOffset(offset_)));
-  if (!event_ || !node_ || event_->isLocked() || badValue) {
+  // The event's controller may refuse (a locked event); so does a result
+  // outside the time range: a start or end outside the positions, a length
+  // of 0 or below, an offset that is not a number.
+  std::string refusal;
+  if (event_) {
+    refusal = MEventController::refusalFor(*event_, MEventEdit::kResize);
+    if (refusal.empty()) (void)placementInRange(&refusal);
+    if (refusal.empty() && (flags_ & kOffset) != 0 && !MTimeRange::isOffset(offset_)) {
+      refusal = "the offset lies outside the time range";
+    }
+  }
+  if (!event_ || !node_ || !refusal.empty()) {
     flags_ &= static_cast<uint16_t>(~kValid);
-    return false;
+    return refuse(std::move(refusal));
   }
   return exchange();
 }
 
-bool MSizeCommand::placementInRange() const {
+bool MSizeCommand::placementInRange(std::string* error) const {
   if ((flags_ & (kStart | kLength)) == 0) return true;
   const double start = (flags_ & kStart) != 0 ? start_ : event_->getStart();
   const double length = (flags_ & kLength) != 0 ? length_ : event_->getLength();
-  return MTimeRange::checkPlacement(start, length, false, nullptr);
+  return MTimeRange::checkPlacement(start, length, false, error);
 }
 
 bool MSizeCommand::exchange() {

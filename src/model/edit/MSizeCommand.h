@@ -53,7 +53,7 @@ class MSizeCommand : public MCommand {
  private:
   // The start and length the event would have lie in the time range
   // (MTimeRange::checkPlacement); true when neither changes.
-  bool placementInRange() const;
+  bool placementInRange(std::string* error) const;
   // The seven steps: exchange the values with the event's through the
   // node's write accessor. Clears kValid and changes nothing when the node
   // gives no accessor or no longer holds the event.

@@ -24,7 +24,9 @@ MInsertTrackCommand::MInsertTrackCommand(FRef<MTrackList> list, FRef<MTrackEvent
 bool MInsertTrackCommand::doPerform() {
   FRef<MTrackListAccessor> accessor = trackAccessorOf(list_.get());
   if (!accessor || !track_ || track_->getParent() != nullptr) return false;
-  return accessor->insertAt(track_, index_);
+  if (!accessor->insertAt(track_, index_)) return false;
+  registerEvent(track_.get());
+  return true;
 }
 
 bool MInsertTrackCommand::doUndo() {

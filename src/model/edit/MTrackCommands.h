@@ -3,9 +3,8 @@
 // track to another place. Track lists are ordered by index, and each command
 // keeps the indexes it changed, so undoing puts every track back exactly
 // where it was. A read-only track list refuses: the command fails and
-// changes nothing. The commands do not give event IDs (the ID table's
-// counter is part of the saved project, and an undone edit must leave it as
-// it was); a project gives IDs to new events before it is saved.
+// changes nothing. An added track (and everything below it) gets its event
+// IDs in the command's project when it goes in.
 
 #include <cstddef>
 #include <string>
@@ -62,7 +61,7 @@ class MRemoveTrackCommand : public MCommand {
 // Moves a track to another index of its track list (clamped to the last
 // place). "Move Track". Repeated moves of the same track unite, so a drag
 // through the list is one undo step.
-class MMoveTrackCommand : public MCommand {
+class MMoveTrackCommand : public MExchangeCommand {
   VANTOR_CLASS(MMoveTrackCommand)
  public:
   MMoveTrackCommand() = default;
@@ -72,12 +71,8 @@ class MMoveTrackCommand : public MCommand {
   bool unite(const MCommand& next) override;
 
  protected:
-  bool doPerform() override { return exchange(); }
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
-
  private:
-  bool exchange();
+  bool exchange() override;
 
   FRef<MTrackEvent> track_;
   FRef<MTrackList> list_;

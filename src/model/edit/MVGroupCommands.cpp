@@ -29,7 +29,9 @@ bool MVGroupCreateCommand::doPerform() {
   double start = 0;
   double end = 0;
   for (size_t i = 0; i < members_.size(); ++i) {
-    const MEvent* member = members_[i].get();
+    MEvent* member = members_[i].get();
+    // Members that are in the project but never got an ID get one here.
+    if (member != nullptr && member->getID() == 0 && member->getParent() != nullptr) registerEvent(member);
     if (member == nullptr || member->getID() == 0 || !seen.insert(member).second) return false;
     start = i == 0 ? member->getStart() : std::min(start, member->getStart());
     end = i == 0 ? member->getEnd() : std::max(end, member->getEnd());
@@ -55,7 +57,9 @@ bool MVGroupCreateCommand::doPerform() {
 bool MVGroupCreateCommand::place() {
   FRef<MAccessor> accessor = writeAccessorOf(holder_.get());
   if (!accessor || event_->getParent() != nullptr || !canHold(*accessor, *event_)) return false;
-  return putInto(*accessor, event_, MEventContainer::npos);
+  if (!putInto(*accessor, event_, MEventContainer::npos)) return false;
+  registerEvent(event_.get());
+  return true;
 }
 
 bool MVGroupCreateCommand::doUndo() {

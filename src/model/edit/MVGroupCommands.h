@@ -18,9 +18,10 @@ namespace vantor {
 // Creates a virtual group of members named name and places it in holder:
 // the placement spans the members (from the earliest start to the latest
 // end). Members need event IDs (a project gives every event it holds one);
-// the command fails when one lacks an ID, is named twice, or there are
-// fewer than two, or holder refuses changes. The placement gets no ID of its
-// own (the project gives it one before saving). "Create Group".
+// the command gives members in the tree that lack one an ID in its project,
+// and fails when one still lacks an ID, is named twice, or there are fewer
+// than two, or holder refuses changes. The placement gets its ID in the
+// command's project. "Create Group".
 class MVGroupCreateCommand : public MCommand {
   VANTOR_CLASS(MVGroupCreateCommand)
  public:

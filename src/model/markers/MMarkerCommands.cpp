@@ -14,7 +14,8 @@ bool isLocatorMarker(const MMarkerEvent* marker) { return dynamic_cast<const MCy
 MMarkerIdCommand::MMarkerIdCommand(FRef<MMarkerEvent> marker, int32_t id) : marker_(std::move(marker)), id_(id) {}
 
 bool MMarkerIdCommand::doPerform() {
-  if (!marker_ || isLocatorMarker(marker_.get()) || marker_->getParent() == nullptr || id_ < 1) return false;
+  if (!marker_ || marker_->getParent() == nullptr || id_ < 1) return false;
+  if (isLocatorMarker(marker_.get())) return refuse("a locator marker's ID names its locator and cannot change");
   if (marker_->getMarkerID() == id_) return false;  // nothing would change
   MMarkerEvent* holder = findMarkerByID(*marker_->getParent(), id_);
   other_ = FRef<MMarkerEvent>::share(holder);
@@ -43,7 +44,9 @@ MMarkerRenameCommand::MMarkerRenameCommand(FRef<MMarkerEvent> marker, std::strin
     : marker_(std::move(marker)), name_(std::move(name)) {}
 
 bool MMarkerRenameCommand::doPerform() {
-  if (!marker_ || isLocatorMarker(marker_.get())) return false;
+  if (!marker_) return false;
+  std::string refusal = MEventController::refusalFor(*marker_, MEventEdit::kRename);
+  if (!refusal.empty()) return refuse(std::move(refusal));
   return exchange();
 }
 

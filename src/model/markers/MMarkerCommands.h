@@ -46,7 +46,7 @@ class MMarkerIdCommand : public MCommand {
 
 // Renames a plain or range marker ("Rename Marker"); the name of a locator
 // marker follows its ID and cannot be changed.
-class MMarkerRenameCommand : public MCommand {
+class MMarkerRenameCommand : public MExchangeCommand {
   VANTOR_CLASS(MMarkerRenameCommand)
  public:
   MMarkerRenameCommand() = default;
@@ -58,11 +58,9 @@ class MMarkerRenameCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
 
  private:
-  bool exchange();
+  bool exchange() override;
 
   FRef<MMarkerEvent> marker_;
   std::string name_;

@@ -14,11 +14,6 @@ namespace vantor {
 VANTOR_DEFINE_CLASS(MMarkerEvent, MEvent, 0)
 VANTOR_DEFINE_CLASS(MRangeMarkerEvent, MMarkerEvent, 0)
 VANTOR_DEFINE_CLASS(MCycleEvent, MMarkerEvent, 0)
-VANTOR_DEFINE_CLASS(MMarkerEventController, MEventController, 0)
-
-const char* const MMarkerEventController::kMarkerProperties[3] = {"name", "start", "length"};
-const char* const MMarkerEventController::kTrackProperties[7] = {"name",    "timeType",  "locateMarker",  "setCycle",
-                                                                 "setZoom", "newMarker", "newCycleMarker"};
 
 MMarkerEvent::MMarkerEvent() {
   setFlag(MEventFlag::kMarkerShown, true);
@@ -56,6 +51,8 @@ bool MMarkerEvent::restoreAttributes(const FAttributes& attributes) {
   if (attributes.getString("Name", &name)) setName(std::move(name));
   return true;
 }
+
+MCycleEvent::MCycleEvent() { MMarkerEvent::setName(nameForID(getMarkerID())); }
 
 MCycleEvent::MCycleEvent(int32_t id, FRef<MTransport> transport, MTimeDomain domain)
     : transport_(std::move(transport)) {

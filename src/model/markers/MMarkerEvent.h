@@ -54,7 +54,9 @@ class MCycleEvent : public MMarkerEvent {
   static constexpr const char* kLeftName = "Left Locator";
   static constexpr const char* kRightName = "Right Locator";
 
-  MCycleEvent() = default;
+  // A locator marker of ID 0 (which follows the right locator), named as
+  // that ID gives, as when made by class name.
+  MCycleEvent();
   // A locator marker: takes domain, follows the locator of id while its
   // name and position are set, then stops following.
   MCycleEvent(int32_t id, FRef<MTransport> transport, MTimeDomain domain);
@@ -88,16 +90,6 @@ class MCycleEvent : public MMarkerEvent {
   bool follow_ = false;
   MTimeDomain domain_ = MTimeDomain::kMusical;
   FRef<MTransport> transport_;
-};
-
-// Editing behaviour of markers: the properties offered to scripts.
-class MMarkerEventController : public MEventController {
-  VANTOR_CLASS(MMarkerEventController)
- public:
-  // Marker properties: "name", "start", "length".
-  static const char* const kMarkerProperties[3];
-  // Marker track controller properties.
-  static const char* const kTrackProperties[7];
 };
 
 // The lowest ID from 1 up that no marker in node holds (locator markers and

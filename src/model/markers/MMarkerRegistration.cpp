@@ -2,6 +2,7 @@
 
 #include "model/markers/MMarkerCommands.h"
 #include "model/markers/MMarkerEvent.h"
+#include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
 #include "model/tree/MEventController.h"
 
@@ -15,11 +16,14 @@ void registerMarkerClasses() {
   MMarkerIdCommand::classDescriptor();
   MMarkerRenameCommand::classDescriptor();
   MTransport::classDescriptor();
-  // Markers edit through their own controller; this replaces the plain one
-  // the tree registered under the same key (markers register after it).
-  MCategoryRegistry::instance().add(MCategoryRegistry::kEventController,
-                                    {"MMarkerEvent", "MMarkerEvent", MCategoryRegistry::kDefaultPriority,
-                                     []() -> FRef<CmObject> { return makeRef<MMarkerEventController>(); }});
+  // Markers and the marker track edit through their own controller; this
+  // replaces the plain one the tree registered under the same keys (markers
+  // register after it).
+  for (const char* key : {"MMarkerEvent", "MMarkerTrackEvent"}) {
+    MCategoryRegistry::instance().add(MCategoryRegistry::kEventController,
+                                      {key, key, MCategoryRegistry::kDefaultPriority,
+                                       []() -> FRef<CmObject> { return makeRef<MMarkerEventController>(); }});
+  }
 }
 
 }  // namespace vantor

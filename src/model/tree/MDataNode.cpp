@@ -46,4 +46,9 @@ bool MDataNode::restoreAttributes(const FAttributes& attributes) {
   return true;
 }
 
+std::string MDataNode::holdRefusal(const MEvent& event) const {
+  if (holdRule_.accepts == nullptr || holdRule_.accepts(event)) return {};
+  return "\"" + name_ + "\" holds only " + (holdRule_.what != nullptr ? holdRule_.what : "other events");
+}
+
 }  // namespace vantor

@@ -20,6 +20,13 @@ class GModel : public FShared {
   VANTOR_CLASS(GModel)
 };
 
+// What a node may hold: a test, and the words that name what passes it in
+// messages ("audio parts"). A rule without a test lets everything in.
+struct MHoldRule {
+  bool (*accepts)(const MEvent& event) = nullptr;
+  const char* what = nullptr;
+};
+
 // The time domain of a node's positions.
 enum class MTimeDomain : int16_t { kMusical = 0, kLinear = 1 };
 
@@ -43,6 +50,14 @@ class MDataNode : public GModel {
   virtual FRef<MAccessor> getWriteAccessor();
   // An accessor that only reads; nullptr for a node without events.
   virtual FRef<MAccessor> getReadAccessor();
+
+  // What the node may hold. The track whose content the node is sets it
+  // (a MIDI track's node holds MIDI parts); not persistent.
+  const MHoldRule& getHoldRule() const { return holdRule_; }
+  void setHoldRule(MHoldRule rule) { holdRule_ = rule; }
+  // Why the node refuses event, in words for the user, or "" when it may
+  // hold it.
+  std::string holdRefusal(const MEvent& event) const;
 
   // A read-only node gives no write accessor. Not persistent.
   bool isReadOnly() const { return readOnly_; }
@@ -72,6 +87,7 @@ class MDataNode : public GModel {
   MTimeDomain domain_ = MTimeDomain::kMusical;
   bool readOnly_ = false;
   uint64_t changes_ = 0;
+  MHoldRule holdRule_;
 };
 
 }  // namespace vantor

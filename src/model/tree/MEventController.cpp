@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <unordered_map>
 
 #include "foundation/FClass.h"
 #include "model/tree/MPartEvent.h"
@@ -33,15 +34,67 @@ bool MEventController::setName(MEvent& event, std::string name) const {
   return track->getNode() != nullptr;
 }
 
+std::string MEventController::describe(const MEvent& event) const {
+  const std::string name = getName(event);
+  if (dynamic_cast<const MTrackEvent*>(&event) != nullptr) return "track \"" + name + "\"";
+  if (dynamic_cast<const MPartEvent*>(&event) != nullptr) return "part \"" + name + "\"";
+  return name.empty() ? std::string("the event") : "\"" + name + "\"";
+}
+
+std::string MEventController::refusal(const MEvent& event, MEventEdit edit) const {
+  bool allowed = false;
+  const char* verb = "";
+  switch (edit) {
+    case MEventEdit::kMove:
+      allowed = canMove(event);
+      verb = "moved";
+      break;
+    case MEventEdit::kResize:
+      allowed = canResize(event);
+      verb = "resized";
+      break;
+    case MEventEdit::kRename:
+      allowed = canRename(event);
+      verb = "renamed";
+      break;
+    case MEventEdit::kDelete:
+      allowed = canDelete(event);
+      verb = "removed";
+      break;
+  }
+  if (allowed) return {};
+  if (event.isLocked()) return describe(event) + " is locked; unlock it first";
+  return describe(event) + " cannot be " + verb;
+}
+
+std::string MEventController::refusalFor(const MEvent& event, MEventEdit edit) {
+  return forEvent(event)->refusal(event, edit);
+}
+
 FRef<MEventController> MEventController::forEvent(const MEvent& event) {
+  // Controllers hold no state, so one per event class serves every event of
+  // it: commands ask for each event they touch. The cache is per thread
+  // (reference counts are not atomic) and is dropped when the registry
+  // changes.
+  thread_local std::unordered_map<const FClass*, FRef<MEventController>> cache;
+  thread_local uint64_t cachedGeneration = 0;
   const MCategoryRegistry& registry = MCategoryRegistry::instance();
-  for (const FClass* cls = &event.getClass(); cls != nullptr; cls = cls->getBaseClass()) {
+  if (registry.generation() != cachedGeneration) {
+    cache.clear();
+    cachedGeneration = registry.generation();
+  }
+  const FClass* eventClass = &event.getClass();
+  if (auto it = cache.find(eventClass); it != cache.end()) return it->second;
+  FRef<MEventController> found;
+  for (const FClass* cls = eventClass; cls != nullptr && !found; cls = cls->getBaseClass()) {
     FRef<CmObject> object = registry.create(MCategoryRegistry::kEventController, cls->getClassName());
     if (auto* controller = dynamic_cast<MEventController*>(object.get())) {
-      return FRef<MEventController>::share(controller);
+      found = FRef<MEventController>::share(controller);
     }
   }
-  return makeRef<MEventController>();
+  if (!found) found = makeRef<MEventController>();
+  cache.emplace(eventClass, found);
+  return found;
 }
 
 bool MPartController::canRename(const MEvent& event) const {
@@ -67,6 +120,7 @@ MCategoryRegistry& MCategoryRegistry::instance() {
 
 void MCategoryRegistry::add(std::string_view category, Entry entry) {
   std::unique_lock lock(mutex_);
+  ++generation_;
   auto it = categories_.find(category);
   if (it == categories_.end()) it = categories_.emplace(std::string(category), std::vector<Entry>{}).first;
   for (Entry& existing : it->second) {

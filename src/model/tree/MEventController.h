@@ -4,6 +4,7 @@
 // and the category registry in which track kinds ("Track Class") and event
 // controllers ("EventController") are registered by key.
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -19,6 +20,9 @@
 
 namespace vantor {
 
+// The edits that a controller allows or refuses.
+enum class MEventEdit { kMove, kResize, kRename, kDelete };
+
 class MEventController : public FShared {
   VANTOR_CLASS(MEventController)
  public:
@@ -32,10 +36,20 @@ class MEventController : public FShared {
   // False (nothing changed) when the event cannot be renamed.
   [[nodiscard]] virtual bool setName(MEvent& event, std::string name) const;
 
+  // How a message names the event: 'part "Intro"', 'track "Bass"', or
+  // "the event" for one without a name.
+  virtual std::string describe(const MEvent& event) const;
+  // Why edit of event is refused, in words for the user ('part "Intro" is
+  // locked'), or "" when the controller allows it.
+  virtual std::string refusal(const MEvent& event, MEventEdit edit) const;
+
   // The controller registered under "EventController" for the nearest
   // class of event's chain (its own class first, then each base); a plain
-  // MEventController when none of them has one. Never null.
+  // MEventController when none of them has one. Never null. Controllers are
+  // shared per class and thread: they must hold no state of their own.
   static FRef<MEventController> forEvent(const MEvent& event);
+  // The refusal of edit by the controller of event's class ("" allowed).
+  static std::string refusalFor(const MEvent& event, MEventEdit edit);
 };
 
 // Controller of parts: a part's name is its node's name, and a part may be
@@ -78,12 +92,15 @@ class MCategoryRegistry {
   std::vector<Entry> entries(std::string_view category) const;
   // A new object from the entry's factory, or nullptr for an unknown key.
   FRef<CmObject> create(std::string_view category, std::string_view key) const;
+  // Counts the changes (add); caches of what was found compare it.
+  uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
 
  private:
   MCategoryRegistry() = default;
 
   std::map<std::string, std::vector<Entry>, std::less<>> categories_;
   mutable std::shared_mutex mutex_;
+  std::atomic<uint64_t> generation_{1};
 };
 
 }  // namespace vantor

@@ -54,6 +54,12 @@ class MPartEvent : public MEvent {
   // A new, empty node of this part kind.
   virtual FRef<MDataNode> createNode() const;
 
+  // Where the part's content starts on its parent's time line: its start
+  // minus its offset. The positions of the events inside the part count
+  // from here, so they move with the part and keep their place when it is
+  // split or sized at its start.
+  double getContentOrigin() const { return getStart() - getOffset(); }
+
   // The part's colour as 0xRRGGBB; 0 is the track's colour.
   int32_t getColor() const { return color_; }
   void setColor(int32_t color) { color_ = color; }

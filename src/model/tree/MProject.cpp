@@ -226,6 +226,8 @@ bool MProject::addTrack(FRef<MTrackEvent> track, size_t index) {
 bool MProject::addPart(MTrackEvent* track, FRef<MPartEvent> part) {
   if (track == nullptr || !part) return false;
   if (track->getNode() == nullptr && !track->ensureContent()) return false;
+  // A track takes only the parts its kind holds (MIDI parts on MIDI tracks).
+  if (!track->getNode()->holdRefusal(*part).empty()) return false;
   FRef<MAccessor> accessor = track->getNode()->getWriteAccessor();
   MPartEvent* added = part.get();
   if (!accessor || !accessor->insert(std::move(part))) return false;

@@ -25,8 +25,10 @@
 //
 // Every event placed into the tree needs an ID (links between events name
 // IDs). addTrack() and addPart() register what they add and everything
-// below it; code that inserts through an accessor calls registerEvent() for
-// the inserted event afterwards. assignEventIDs() walks the whole tree and
+// below it, and so do the commands that put events into the tree (when the
+// undo manager performs them on the project's root); code that inserts
+// through an accessor calls registerEvent() for the inserted event
+// afterwards. assignEventIDs() walks the whole tree and
 // gives an ID to every event that lacks one (run before saving). Changes of
 // a live project run under the root updater's write side (MRoot.h).
 
@@ -130,7 +132,8 @@ class MProject : public MListNode {
   [[nodiscard]] bool addTrack(FRef<MTrackEvent> track, size_t index = MTrackList::npos);
   // Puts part on track (through the track node's write accessor; a track
   // without a node gets one) and gives IDs to it and the events below it.
-  // False when the track's node refuses changes or has no events.
+  // False when the track's node refuses changes or has no events, or the
+  // track's kind does not hold that part (MTrackEvent::holdRule).
   [[nodiscard]] bool addPart(MTrackEvent* track, FRef<MPartEvent> part);
 
   // Event IDs. registerEvent() gives event and every event below it (in

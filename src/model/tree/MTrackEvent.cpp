@@ -14,7 +14,7 @@ namespace vantor {
 VANTOR_DEFINE_ABSTRACT_CLASS(MTrackEvent, MEvent, 2)
 VANTOR_DEFINE_CLASS(MAudioTrackEvent, MTrackEvent, 0)
 VANTOR_DEFINE_CLASS(MMidiTrackEvent, MTrackEvent, 0)
-VANTOR_DEFINE_CLASS(MFolderTrack, MTrackEvent, 0)
+VANTOR_DEFINE_CLASS(MFolderTrack, MTrackEvent, 1)
 VANTOR_DEFINE_CLASS(MDeviceTrackEvent, MTrackEvent, 0)
 VANTOR_DEFINE_CLASS(MMarkerTrackEvent, MTrackEvent, 0)
 VANTOR_DEFINE_CLASS(MTempoTrackEvent, MTrackEvent, 1)
@@ -47,6 +47,27 @@ FRef<MDataNode> makeNodeByName(const char* className, const char* name) {
   FRef<MDataNode> ref(node);
   if (ref->getName().empty()) ref->setName(name);
   return ref;
+}
+
+// What each kind of track holds. MIDI parts are the part events that are not
+// audio parts; groups and virtual group placements may lie on either kind.
+// Automation, video and folder-data events are named by class, as their
+// classes live in other areas.
+bool isAudioPart(const MEvent& e) {
+  return dynamic_cast<const MAudioPartEvent*>(&e) != nullptr || e.isKindOf("MGroupEvent") ||
+         e.isKindOf("MVirtualGroupEvent");
+}
+bool isMidiPart(const MEvent& e) {
+  return (dynamic_cast<const MPartEvent*>(&e) != nullptr && dynamic_cast<const MAudioPartEvent*>(&e) == nullptr) ||
+         e.isKindOf("MVirtualGroupEvent");
+}
+bool isMarker(const MEvent& e) { return e.isKindOf("MMarkerEvent"); }
+bool isAutomation(const MEvent& e) { return e.isKindOf("MParamEvent"); }
+bool isVideo(const MEvent& e) { return e.isKindOf("MVideoEvent"); }
+bool isFolderData(const MEvent& e) { return e.isKindOf("MFolderDataEvent"); }
+
+void stampHoldRule(const MTrackEvent& track) {
+  if (MDataNode* node = track.getNode()) node->setHoldRule(track.holdRule());
 }
 
 }  // namespace
@@ -85,6 +106,11 @@ void MTrackEvent::setAttribute(uint32_t code, int32_t value) {
   }
 }
 
+void MTrackEvent::setNode(FRef<MDataNode> node) {
+  MEvent::setNode(std::move(node));
+  stampHoldRule(*this);
+}
+
 bool MTrackEvent::ensureContent() {
   if (!track_) track_ = makeRef<MTrack>();
   if (getNode() != nullptr) return true;
@@ -106,6 +132,7 @@ bool MTrackEvent::writeToArchive(FObjectArchive& archive) const {
 
 bool MTrackEvent::readFromArchive(FObjectArchive& archive) {
   if (!MEvent::readFromArchive(archive)) return false;
+  stampHoldRule(*this);
   FRef<MTrack> track;
   if (!archive.readObjectAs(&track)) return false;
   track_ = std::move(track);
@@ -133,6 +160,7 @@ bool MTrackEvent::storeAttributes(FAttributes& attributes) const {
 
 bool MTrackEvent::restoreAttributes(const FAttributes& attributes) {
   if (!MEvent::restoreAttributes(attributes)) return false;
+  stampHoldRule(*this);
   if (auto* track = dynamic_cast<MTrack*>(attributes.getObject("Track"))) track_ = FRef<MTrack>::share(track);
   for (uint32_t code : kKnownCodes) {
     int64_t value = 0;
@@ -147,6 +175,25 @@ FRef<MDataNode> MDeviceTrackEvent::createNode() const { return makeListNode("Dev
 FRef<MDataNode> MMarkerTrackEvent::createNode() const { return makeListNode("Markers"); }
 FRef<MDataNode> MFolderDataTrack::createNode() const { return makeListNode("Folder Data"); }
 FRef<MDataNode> MVideoTrackEvent::createNode() const { return makeListNode("Video"); }
+MHoldRule MAudioTrackEvent::holdRule() const { return {isAudioPart, "audio parts"}; }
+MHoldRule MMidiTrackEvent::holdRule() const { return {isMidiPart, "MIDI parts"}; }
+MHoldRule MMarkerTrackEvent::holdRule() const { return {isMarker, "markers"}; }
+MHoldRule MDeviceTrackEvent::holdRule() const { return {isAutomation, "automation"}; }
+MHoldRule MVideoTrackEvent::holdRule() const { return {isVideo, "video events"}; }
+MHoldRule MFolderDataTrack::holdRule() const { return {isFolderData, "folder data"}; }
+
+FRef<MPartEvent> MAudioTrackEvent::createPart() const {
+  FRef<MPartEvent> part = makeRef<MAudioPartEvent>();
+  part->setNode(part->createNode());
+  return part;
+}
+
+FRef<MPartEvent> MMidiTrackEvent::createPart() const {
+  FRef<MPartEvent> part = makeRef<MPartEvent>();
+  part->setNode(part->createNode());
+  return part;
+}
+
 FRef<MDataNode> MTempoTrackEvent::createNode() const { return makeNodeByName("MTempoTrackNode", "Tempo"); }
 FRef<MDataNode> MSignatureTrackEvent::createNode() const { return makeNodeByName("MSignatureTrackNode", "Signature"); }
 
@@ -157,6 +204,23 @@ FRef<MDataNode> MFolderTrack::createNode() const {
 }
 
 MTrackList* MFolderTrack::getTrackList() const { return dynamic_cast<MTrackList*>(getNode()); }
+
+bool MFolderTrack::writeToArchive(FObjectArchive& archive) const {
+  FStream& s = archive.stream();
+  return MTrackEvent::writeToArchive(archive) && s.writeInt16(isExpanded() ? 1 : 0) && s.writeInt16(isSolo() ? 1 : 0);
+}
+
+bool MFolderTrack::readFromArchive(FObjectArchive& archive) {
+  if (!MTrackEvent::readFromArchive(archive)) return false;
+  if (archive.currentClassVersion() < 1) return true;
+  int16_t expanded = 0;
+  int16_t solo = 0;
+  FStream& s = archive.stream();
+  if (!s.readInt16(&expanded) || !s.readInt16(&solo)) return false;
+  setAttribute(MTrackAttribute::kExpanded, expanded != 0 ? 1 : 0);
+  setAttribute(MTrackAttribute::kSolo, solo != 0 ? 1 : 0);
+  return true;
+}
 
 bool MFolderTrack::storeAttributes(FAttributes& attributes) const {
   if (!MTrackEvent::storeAttributes(attributes)) return false;

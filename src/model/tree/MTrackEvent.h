@@ -12,7 +12,9 @@
 
 #include "foundation/FRef.h"
 #include "foundation/FStream.h"
+#include "model/tree/MDataNode.h"
 #include "model/tree/MEvent.h"
+#include "model/tree/MPartEvent.h"
 #include "model/tree/MTrack.h"
 
 namespace vantor {
@@ -64,6 +66,15 @@ class MTrackEvent : public MEvent {
   // A new, empty node of this track kind (parts list, marker list, tempo
   // node, ...), or nullptr when the node's class is not registered.
   virtual FRef<MDataNode> createNode() const = 0;
+  // What the track's node may hold; the node gets this rule whenever the
+  // track takes a node (set, created or read). The default holds anything.
+  virtual MHoldRule holdRule() const { return {}; }
+  // A new, empty part of the kind this track holds (with its node), or
+  // nullptr for a track that holds no parts (marker, video, folder, device
+  // tracks).
+  virtual FRef<MPartEvent> createPart() const { return nullptr; }
+  // Sets the node and gives it this track's hold rule.
+  void setNode(FRef<MDataNode> node) override;
   // Gives the track a node of its kind and an MTrack where it lacks them.
   // False when the node's class is not registered.
   [[nodiscard]] bool ensureContent();
@@ -89,6 +100,8 @@ class MAudioTrackEvent : public MTrackEvent {
   VANTOR_EVENT(MAudioTrackEvent)
  public:
   FRef<MDataNode> createNode() const override;
+  MHoldRule holdRule() const override;
+  FRef<MPartEvent> createPart() const override;
 };
 
 // A MIDI track; its node (an MListNode) holds the track's parts.
@@ -96,6 +109,8 @@ class MMidiTrackEvent : public MTrackEvent {
   VANTOR_EVENT(MMidiTrackEvent)
  public:
   FRef<MDataNode> createNode() const override;
+  MHoldRule holdRule() const override;
+  FRef<MPartEvent> createPart() const override;
 };
 
 // A folder track: its node is an MTrackList of further track events.
@@ -109,6 +124,11 @@ class MFolderTrack : public MTrackEvent {
   // restoring, the named attributes win over the codes.
   [[nodiscard]] bool storeAttributes(FAttributes& attributes) const override;
   [[nodiscard]] bool restoreAttributes(const FAttributes& attributes) override;
+  // Archive (class version 1): the track event members, then "Expanded"
+  // and "Solo" (16-bit, 0 or 1), which win over the codes when read.
+  // Version 0 records end after the track event members.
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override;
 };
 
 // What a device track is bound to. Stored as a 16-bit value.
@@ -124,6 +144,7 @@ class MDeviceTrackEvent : public MTrackEvent {
   MDeviceKind getDeviceKind() const { return kind_; }
   void setDeviceKind(MDeviceKind kind) { kind_ = kind; }
   FRef<MDataNode> createNode() const override;
+  MHoldRule holdRule() const override;
 
   // Archive: the track event members, then the device kind (16-bit; an
   // unknown value reads as kDevice). Attribute "Device Kind".
@@ -142,6 +163,7 @@ class MMarkerTrackEvent : public MTrackEvent {
   VANTOR_EVENT(MMarkerTrackEvent)
  public:
   FRef<MDataNode> createNode() const override;
+  MHoldRule holdRule() const override;
 };
 
 // The project's tempo track; its node is an "MTempoTrackNode", made by
@@ -166,6 +188,7 @@ class MFolderDataTrack : public MTrackEvent {
   VANTOR_EVENT(MFolderDataTrack)
  public:
   FRef<MDataNode> createNode() const override;
+  MHoldRule holdRule() const override;
 };
 
 // A video track; its node (an MListNode) holds the video events.
@@ -173,6 +196,7 @@ class MVideoTrackEvent : public MTrackEvent {
   VANTOR_EVENT(MVideoTrackEvent)
  public:
   FRef<MDataNode> createNode() const override;
+  MHoldRule holdRule() const override;
 };
 
 }  // namespace vantor

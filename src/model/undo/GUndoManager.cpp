@@ -5,6 +5,7 @@
 
 #include "foundation/FDependencies.h"
 #include "foundation/FUserMessages.h"
+#include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
 
 namespace vantor {
@@ -73,6 +74,10 @@ bool GUndoManager::perform(FRef<MCommand> command, CmObject* target, std::string
   {
     std::optional<MRootUpdater::WriteGuard> writing;
     guard(writing, target);
+    // New events get their IDs in the target project inside the command.
+    if (auto* root = dynamic_cast<MRoot*>(target); root != nullptr && root->getProject() != nullptr) {
+      command->setProject(FRef<MProject>::share(root->getProject()));
+    }
     ok = command->perform();
   }
   if (ok) {
@@ -104,38 +109,22 @@ void GUndoManager::record(FRef<GUndoAction> action) {
   changed(kChangedMessage);
 }
 
-bool GUndoManager::undo() {
-  if (undoStack_.empty()) return false;
-  FRef<GUndoAction> action = undoStack_.front();
-  bool ok = false;
-  {
-    std::optional<MRootUpdater::WriteGuard> writing;
-    guard(writing, action->getEdit());
-    ok = action->getCommand()->undo();
-  }
-  if (ok) {
-    action->setPerformed(false);
-    undoStack_.pop_front();
-    redoStack_.push_front(std::move(action));
-    changed(kChangedMessage);
-  }
-  FDependencies::instance().deliverDeferred();
-  return ok;
-}
+bool GUndoManager::undo() { return step(undoStack_, redoStack_, false); }
+bool GUndoManager::redo() { return step(redoStack_, undoStack_, true); }
 
-bool GUndoManager::redo() {
-  if (redoStack_.empty()) return false;
-  FRef<GUndoAction> action = redoStack_.front();
+bool GUndoManager::step(std::list<FRef<GUndoAction>>& from, std::list<FRef<GUndoAction>>& to, bool redo) {
+  if (from.empty()) return false;
+  FRef<GUndoAction> action = from.front();
   bool ok = false;
   {
     std::optional<MRootUpdater::WriteGuard> writing;
     guard(writing, action->getEdit());
-    ok = action->getCommand()->redo();
+    ok = redo ? action->getCommand()->redo() : action->getCommand()->undo();
   }
   if (ok) {
-    action->setPerformed(true);
-    redoStack_.pop_front();
-    undoStack_.push_front(std::move(action));
+    action->setPerformed(redo);
+    from.pop_front();
+    to.push_front(std::move(action));
     changed(kChangedMessage);
   }
   FDependencies::instance().deliverDeferred();

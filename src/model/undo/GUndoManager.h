@@ -94,7 +94,8 @@ class GUndoManager : public FShared {
   // the command failed: nothing changed and nothing was recorded.
   // description empty takes the command's own. When the target is a
   // project's root event (MRoot), perform, undo and redo run under the write
-  // side of its updater.
+  // side of its updater, and the command gets the project (setProject) so
+  // that the events it adds get their IDs.
   [[nodiscard]] bool perform(FRef<MCommand> command, CmObject* target = nullptr, std::string description = {});
   // Undoes the newest action and moves it to the redo list. False when
   // there is none or its command could not be undone (then it stays).
@@ -124,6 +125,9 @@ class GUndoManager : public FShared {
 
  private:
   void record(FRef<GUndoAction> action);
+  // Undoes (redo false) or redoes the newest action of from under its
+  // target's write lock and moves it to the front of to.
+  bool step(std::list<FRef<GUndoAction>>& from, std::list<FRef<GUndoAction>>& to, bool redo);
 
   const FClock& clock_;
   std::list<FRef<GUndoAction>> undoStack_;

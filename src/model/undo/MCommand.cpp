@@ -7,6 +7,7 @@
 #include "model/tree/MDataNode.h"
 #include "model/tree/MEvent.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MProject.h"
 #include "model/tree/MTrackList.h"
 
 namespace vantor {
@@ -14,22 +15,46 @@ namespace vantor {
 VANTOR_DEFINE_ABSTRACT_CLASS(MCommand, FShared, 0)
 VANTOR_DEFINE_CLASS(MMacroCommand, MCommand, 0)
 
+MCommand::MCommand() = default;
+MCommand::~MCommand() = default;
+
 bool MCommand::perform() {
-  if (state_ != kStateNew || !doPerform()) return false;
+  if (state_ != kStateNew) return false;
+  failure_.clear();
+  if (!doPerform()) return false;
   state_ = kStatePerformed;
   return true;
 }
 
 bool MCommand::undo() {
-  if (state_ != kStatePerformed || !doUndo()) return false;
+  if (state_ != kStatePerformed) return false;
+  failure_.clear();
+  if (!doUndo()) return false;
   state_ = kStateUndone;
   return true;
 }
 
 bool MCommand::redo() {
-  if (state_ != kStateUndone || !doRedo()) return false;
+  if (state_ != kStateUndone) return false;
+  failure_.clear();
+  if (!doRedo()) return false;
   state_ = kStatePerformed;
   return true;
+}
+
+bool MCommand::refuse(std::string reason) {
+  failure_ = std::move(reason);
+  return false;
+}
+
+void MCommand::setProject(FRef<MProject> project) { project_ = std::move(project); }
+
+void MCommand::registerEvent(MEvent* event) const {
+  if (project_ && event != nullptr) project_->registerEvent(event);
+}
+
+void MCommand::registerPlaces(const std::vector<MEventPlace>& places) const {
+  for (const MEventPlace& place : places) registerEvent(place.event.get());
 }
 
 bool MCommand::unite(const MCommand&) { return false; }
@@ -54,6 +79,24 @@ bool putInto(MAccessor& accessor, FRef<MEvent> event, size_t index) {
 bool canHold(const MAccessor& accessor, const MEvent& event) {
   return dynamic_cast<const MTrackListAccessor*>(&accessor) == nullptr ||
          dynamic_cast<const MTrackEvent*>(&event) != nullptr;
+}
+
+std::string holdRefusal(const MAccessor& accessor, const MEvent& event) {
+  const bool isTrack = dynamic_cast<const MTrackEvent*>(&event) != nullptr;
+  if (dynamic_cast<const MTrackListAccessor*>(&accessor) != nullptr) {
+    return isTrack ? std::string() : "a track list holds only tracks";
+  }
+  if (accessor.node() == nullptr) return {};
+  return accessor.node()->holdRefusal(event);
+}
+
+std::string editRefusal(const std::vector<FRef<MEvent>>& events, MEventEdit edit) {
+  for (const auto& event : events) {
+    if (!event) continue;
+    std::string refusal = MEventController::refusalFor(*event, edit);
+    if (!refusal.empty()) return refusal;
+  }
+  return {};
 }
 
 namespace {
@@ -129,13 +172,20 @@ size_t MMacroCommand::heldBytes() const {
   return bytes;
 }
 
+void MMacroCommand::setProject(FRef<MProject> project) {
+  for (const auto& command : commands_) command->setProject(project);
+  MCommand::setProject(std::move(project));
+}
+
 bool MMacroCommand::runForward() {
   for (auto it = commands_.begin(); it != commands_.end(); ++it) {
     // New sub-commands perform; those undone (by an undo, or by the roll-back
     // of a failed perform) redo.
     MCommand& command = **it;
+    if (command.state() == kStateNew) command.setProject(FRef<MProject>::share(project()));
     const bool ok = command.state() == kStateNew ? command.perform() : command.redo();
     if (ok) continue;
+    refuse(command.failure());
     // Take back what already ran, newest first, so the macro changes nothing.
     while (it != commands_.begin()) {
       --it;
@@ -158,6 +208,7 @@ bool MMacroCommand::doPerform() {
 bool MMacroCommand::doUndo() {
   for (auto it = commands_.rbegin(); it != commands_.rend(); ++it) {
     if ((*it)->undo()) continue;
+    refuse((*it)->failure());
     // Redo those already undone, oldest of them first, to leave all as it was.
     while (it != commands_.rbegin()) {
       --it;

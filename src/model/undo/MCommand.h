@@ -20,12 +20,14 @@
 
 #include "foundation/FRef.h"
 #include "foundation/FShared.h"
+#include "model/tree/MEventController.h"
 
 namespace vantor {
 
 class MAccessor;
 class MDataNode;
 class MEvent;
+class MProject;
 
 // An event and the node it belongs in. index is its place in a node ordered
 // by index (a track list), kept so that putting it back restores the place;
@@ -44,9 +46,10 @@ class MCommand : public FShared {
   static constexpr uint16_t kStatePerformed = 1;
   static constexpr uint16_t kStateUndone = 2;
 
-  MCommand() = default;
+  MCommand();
   MCommand(const MCommand&) = delete;
   MCommand& operator=(const MCommand&) = delete;
+  ~MCommand() override;
 
   // Performs a new command. False when it could not be performed; then
   // nothing changed and the state stays kStateNew.
@@ -57,6 +60,17 @@ class MCommand : public FShared {
   [[nodiscard]] bool redo();
 
   uint16_t state() const { return state_; }
+  // Why the last perform, undo or redo failed, in words for the user; empty
+  // when the command gave no reason (or did not fail).
+  const std::string& failure() const { return failure_; }
+
+  // The project whose event-ID table the events this command puts into the
+  // tree join (their IDs are given inside perform, undo and redo, under the
+  // same write lock as the edit). The undo manager sets it from a project's
+  // root target; a command without a project gives no IDs (a project still
+  // gives every event one before it is saved).
+  virtual void setProject(FRef<MProject> project);
+  MProject* project() const { return project_.get(); }
 
   // The action name shown after "Undo " and "Redo ".
   virtual std::string description() const = 0;
@@ -76,8 +90,29 @@ class MCommand : public FShared {
   virtual bool doUndo() = 0;
   virtual bool doRedo() = 0;
 
+  // Notes reason as the failure and returns false.
+  bool refuse(std::string reason);
+  // Gives event, and every event below it, an ID in the project (if any).
+  void registerEvent(MEvent* event) const;
+  void registerPlaces(const std::vector<MEventPlace>& places) const;
+
  private:
   uint16_t state_ = kStateNew;
+  std::string failure_;
+  FRef<MProject> project_;
+};
+
+// A command whose undo and redo are the same step: performing it exchanges
+// the values it holds with the tree's, so the next exchange restores them.
+// Subclasses implement exchange(); the first perform may check more first.
+// Not a class of its own in the registry: its subclasses name MCommand as
+// their base.
+class MExchangeCommand : public MCommand {
+ protected:
+  virtual bool exchange() = 0;
+  bool doPerform() override { return exchange(); }
+  bool doUndo() override { return exchange(); }
+  bool doRedo() override { return exchange(); }
 };
 
 // Helpers shared by the edit commands.
@@ -86,9 +121,18 @@ class MCommand : public FShared {
 FRef<MAccessor> writeAccessorOf(MDataNode* node);
 // The node that holds event, with a reference; nullptr when none.
 FRef<MDataNode> parentOf(const MEvent* event);
-// Whether the accessor's node can hold event (a track list holds only track
-// events).
+// Whether the accessor's node can hold event at all (a track list holds only
+// track events). Checked on every step, also when undo puts an event back.
 bool canHold(const MAccessor& accessor, const MEvent& event);
+// Why the accessor's node refuses event as a new arrival, or "" when it takes
+// it: besides canHold, a track's node takes only what its kind holds
+// (MDataNode::getHoldRule). Checked when a command first places an event in
+// a node (insert, move to another node), so undo can always put back what an
+// older file held.
+std::string holdRefusal(const MAccessor& accessor, const MEvent& event);
+// The first refusal of edit by the controllers of events, or "" when every
+// one allows it. Null events are skipped.
+std::string editRefusal(const std::vector<FRef<MEvent>>& events, MEventEdit edit);
 // Puts event into the accessor's node at its place: by start (and order key)
 // in a start-ordered node, at index in a track list (npos: at the end).
 // False for a read accessor or an event the node cannot hold.
@@ -124,6 +168,8 @@ class MMacroCommand : public MCommand {
 
   std::string description() const override;
   size_t heldBytes() const override;
+  // Also hands the project to every sub-command.
+  void setProject(FRef<MProject> project) override;
 
  protected:
   // Called once by the first perform before the sub-commands run: composite

@@ -8,11 +8,14 @@
 #include "model/edit/MInsertCommand.h"
 #include "model/markers/MMarkerCommands.h"
 #include "model/markers/MMarkerEvent.h"
+#include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
 #include "model/time/MTempoCommands.h"
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MArrayNode.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MProject.h"
+#include "model/tree/MRoot.h"
 #include "model/undo/GUndoManager.h"
 
 namespace vantor {
@@ -220,6 +223,152 @@ TEST_F(Marker, InsertAndRemoveRunUnderMarkerActionNames) {
   EXPECT_EQ(node->list().size(), 0u);
   ASSERT_TRUE(history.undo());
   EXPECT_EQ(node->list().at(0), m.get());
+}
+
+// Rule: a locator marker's name is the one its ID gives, also when it is made
+// by class name (ID 0, which follows the right locator).
+TEST_F(Marker, LocatorMarkerMadeByClassNameIsNamedByItsId) {
+  CmObject* made = FClassRegistry::instance().create("MCycleEvent");
+  ASSERT_NE(made, nullptr);
+  FRef<MCycleEvent> cycle(dynamic_cast<MCycleEvent*>(made));
+  ASSERT_TRUE(cycle);
+  EXPECT_EQ(cycle->getMarkerID(), 0);
+  EXPECT_EQ(cycle->getName(), "Right Locator");
+}
+
+class MarkerController : public Marker {
+ protected:
+  void SetUp() override {
+    Marker::SetUp();
+    root_ = MProject::createNew();
+    ASSERT_TRUE(root_);
+    track_ = project().getMarkerTrack();
+    transport_->setLeftLocator(1920);
+    transport_->setRightLocator(7680);
+    auto found = MEventController::forEvent(*track_);
+    controller_ = FRef<MMarkerEventController>::share(dynamic_cast<MMarkerEventController*>(found.get()));
+    ASSERT_TRUE(controller_);
+  }
+  MProject& project() { return *root_->getProject(); }
+  MDataNode& node() { return *track_->getNode(); }
+  MMarkerTrackContext context() { return {transport_.get(), project().getTempoNode()}; }
+  // Sets a track property and performs the command it gives, if any.
+  std::string setTrack(const char* name, MPropertyValue value) {
+    MPropertyEdit edit = controller_->setTrackProperty(*track_, name, value, context());
+    if (edit.ok() && edit.command && !history_.perform(edit.command, root_.get())) return edit.command->failure();
+    return edit.error;
+  }
+  std::string setMarker(MEvent& marker, const char* name, MPropertyValue value) {
+    MPropertyEdit edit = controller_->setProperty(marker, name, value);
+    if (edit.ok() && edit.command && !history_.perform(edit.command, root_.get())) return edit.command->failure();
+    return edit.error;
+  }
+  std::vector<std::string> names() {
+    std::vector<std::string> out;
+    for (const auto& e : *node().events()) out.push_back(static_cast<MMarkerEvent*>(e.get())->getName());
+    return out;
+  }
+
+  FManualClock clock_;
+  GUndoManager history_{clock_};
+  FRef<MRoot> root_;
+  MMarkerTrackEvent* track_ = nullptr;
+  FRef<MTransport> transport_ = makeRef<MTransport>();
+  FRef<MMarkerEventController> controller_;
+};
+
+TEST_F(MarkerController, MarkerPropertiesEditThroughCommands) {
+  ASSERT_EQ(setTrack("newMarker", 960.0), "");
+  ASSERT_EQ(setTrack("newMarker", 3840.0), "");
+  MEvent& first = *node().events()->at(0);
+  EXPECT_EQ(findMarkerByID(node(), 1), &first);
+  EXPECT_NE(first.getID(), 0u);  // the insert gave the event its ID
+  struct Case {
+    const char* property;
+    MPropertyValue value;
+    const char* error;  // "" when it is set
+  };
+  const Case cases[] = {
+      {"name", std::string("Intro"), ""},
+      {"start", 480.0, ""},
+      {"name", 3.0, "a marker's name is a text"},
+      {"start", -1.0, "a marker starts at 0 or later"},
+      {"length", 960.0, "marker 1 \"Intro\" has no length"},
+      {"color", 1.0, "markers have no property \"color\""},
+  };
+  for (const Case& c : cases) {
+    clock_.advance(1000);
+    EXPECT_EQ(setMarker(first, c.property, c.value), c.error) << c.property;
+  }
+  EXPECT_EQ(std::get<std::string>(*controller_->getProperty(first, "name")), "Intro");
+  EXPECT_EQ(std::get<double>(*controller_->getProperty(first, "start")), 480.0);
+  first.setFlag(MEventFlag::kLocked, true);
+  EXPECT_EQ(setMarker(first, "name", std::string("X")), "marker 1 \"Intro\" is locked; unlock it first");
+  EXPECT_EQ(setMarker(first, "start", 0.0), "marker 1 \"Intro\" is locked; unlock it first");
+}
+
+TEST_F(MarkerController, OneSetOfLocatorMarkersFollowsTheLocators) {
+  const std::vector<uint8_t> empty = saveArchive(root_.get());
+  ASSERT_EQ(setTrack("newCycleMarker", true), "");
+  ASSERT_EQ(setTrack("newCycleMarker", true), "");  // nothing to change: no second set
+  EXPECT_EQ(names(), (std::vector<std::string>{"Left Locator", "Right Locator"}));
+  MCycleEvent* right = findLocatorMarker(node(), 2);
+  ASSERT_NE(right, nullptr);
+  EXPECT_EQ(right->getStart(), 7680);
+  // They are reachable, apart from numbered markers: a plain marker takes ID
+  // 1 without meeting the left locator marker.
+  ASSERT_EQ(setTrack("newMarker", 0.0), "");
+  EXPECT_EQ(findMarkerByID(node(), 1)->getName(), "");
+  EXPECT_EQ(setMarker(*right, "name", std::string("X")),
+            "the right locator marker is named by its locator and cannot be renamed");
+  clock_.advance(1000);
+  ASSERT_EQ(setMarker(*right, "start", 100.0), "");
+  clock_.advance(1000);
+  transport_->setLeftLocator(960);
+  ASSERT_EQ(setTrack("newCycleMarker", true), "");  // moves both back onto the locators
+  EXPECT_EQ(findLocatorMarker(node(), 1)->getStart(), 960);
+  EXPECT_EQ(right->getStart(), 7680);
+  while (history_.undo()) {
+  }
+  EXPECT_EQ(saveArchive(root_.get()), empty);
+}
+
+TEST_F(MarkerController, TrackPropertiesSetTheTransportAndTheTimeBase) {
+  ASSERT_EQ(setTrack("newMarker", 1920.0), "");
+  auto range = makeRef<MRangeMarkerEvent>();
+  range->setStart(3840);
+  range->setLength(1920);
+  MPropertyEdit insert = MMarkerEventController::insertMarker(*track_, range, context());
+  ASSERT_TRUE(insert.ok());
+  ASSERT_TRUE(history_.perform(insert.command, root_.get()));
+  EXPECT_EQ(range->getMarkerID(), 2);
+  // locateMarker: a range marker's span, a plain marker's start twice;
+  // setZoom: from a marker to the next one.
+  struct Case {
+    const char* property;
+    double id, left, right;
+  };
+  for (const Case& c : {Case{"locateMarker", 2, 3840, 5760}, Case{"locateMarker", 1, 1920, 1920},
+                        Case{"setZoom", 1, 1920, 3840}, Case{"setZoom", 2, 3840, 5760}}) {
+    EXPECT_EQ(setTrack(c.property, c.id), "") << c.property;
+    EXPECT_EQ(transport_->getLeftLocator(), c.left) << c.property << c.id;
+    EXPECT_EQ(transport_->getRightLocator(), c.right) << c.property << c.id;
+  }
+  EXPECT_EQ(setTrack("locateMarker", 9.0), "there is no marker with that ID");
+  ASSERT_EQ(setTrack("setCycle", true), "");
+  EXPECT_TRUE(std::get<bool>(*controller_->getTrackProperty(*track_, "setCycle", context())));
+  EXPECT_EQ(setTrack("setCycle", 1.0), "the cycle is on or off");
+  // timeType: in linear time at 120 BPM the marker at 1920 pulses (one bar)
+  // stands at 2 s; undoing restores the pulses exactly.
+  const std::vector<uint8_t> musical = saveArchive(root_.get());
+  ASSERT_EQ(setTrack("timeType", std::string("linear")), "");
+  EXPECT_EQ(std::get<std::string>(*controller_->getTrackProperty(*track_, "timeType", context())), "linear");
+  EXPECT_DOUBLE_EQ(findMarkerByID(node(), 1)->getStart(), 2.0);
+  EXPECT_EQ(setTrack("timeType", std::string("linear")), "the markers are already in linear time");
+  EXPECT_EQ(setTrack("timeType", std::string("bars")), "the time type is musical or linear");
+  ASSERT_TRUE(history_.undo());
+  EXPECT_EQ(saveArchive(root_.get()), musical);
+  EXPECT_EQ(setTrack("zoom", 1.0), "the marker track has no property \"zoom\"");
 }
 
 }  // namespace

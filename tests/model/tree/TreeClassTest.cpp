@@ -85,10 +85,11 @@ TEST_F(TreeClass, BaseChainsFollowTheClassTable) {
 
 TEST_F(TreeClass, ClassVersionsAreThoseOfTheFormat) {
   const std::vector<std::pair<const char*, int>> versions = {
-      {"MRoot", 5},      {"MTrackEvent", 2},      {"MTrack", 1},           {"MTempoTrackEvent", 1},
-      {"MEvent", 1},     {"MAudioTrackEvent", 0}, {"MProject", 0},         {"MTrackList", 0},
-      {"MPartEvent", 0}, {"MGroupEvent", 0},      {"MAutoFadeSetting", 0}, {"MSignatureTrackEvent", 0},
-      {"MPartNode", 0},  {"MVirtualGroup", 0},    {"MFolderDataEvent", 0}, {"MAutomationNode", 0},
+      {"MRoot", 5},        {"MTrackEvent", 2},      {"MTrack", 1},           {"MTempoTrackEvent", 1},
+      {"MEvent", 1},       {"MAudioTrackEvent", 0}, {"MProject", 0},         {"MTrackList", 0},
+      {"MPartEvent", 0},   {"MGroupEvent", 0},      {"MAutoFadeSetting", 0}, {"MSignatureTrackEvent", 0},
+      {"MPartNode", 0},    {"MVirtualGroup", 0},    {"MFolderDataEvent", 0}, {"MAutomationNode", 0},
+      {"MFolderTrack", 1},
   };
   for (const auto& [name, version] : versions) {
     const FClass* cls = FClassRegistry::instance().find(name);

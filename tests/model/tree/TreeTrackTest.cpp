@@ -110,7 +110,25 @@ TEST_F(TreeTrack, AttributesStoreUnderTheirCodes) {
   EXPECT_EQ(copy->getName(), "M");  // the node came with the event attributes
 }
 
+// Rule: folder tracks persist "Expanded" and "Solo" by name, in project files
+// as well as in attribute sets.
 TEST_F(TreeTrack, FoldersStoreExpandedAndSoloByName) {
+  for (const auto& [expanded, solo] : {std::pair{1, 0}, std::pair{0, 1}, std::pair{1, 1}}) {
+    auto stored = MProject::createTrack("Folder", "F");
+    stored->setAttribute(MTrackAttribute::kExpanded, expanded);
+    stored->setAttribute(MTrackAttribute::kSolo, solo);
+    // The archive carries both values after the attribute codes: 16-bit
+    // words, little-endian, Expanded then Solo, which end the folder's record
+    // and with it the archive.
+    const auto bytes = saveArchive(stored.get());
+    FRef<MTrackEvent> read = roundTrip(*stored);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->isExpanded(), expanded != 0);
+    EXPECT_EQ(read->isSolo(), solo != 0);
+    const uint8_t named[4] = {static_cast<uint8_t>(expanded), 0, static_cast<uint8_t>(solo), 0};
+    ASSERT_GE(bytes.size(), 4u);
+    EXPECT_TRUE(std::equal(named, named + 4, bytes.end() - 4));
+  }
   auto folder = MProject::createTrack("Folder", "F");
   folder->setAttribute(MTrackAttribute::kExpanded, 1);
   auto attributes = makeRef<FAttributes>();
