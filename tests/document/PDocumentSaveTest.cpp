@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "PDocumentTestSupport.h"
 #include "document/PSafeFile.h"
 
@@ -25,20 +27,21 @@ TEST_F(PDocumentSave, AFailedWriteLeavesThePreviousFileByteForByte) {
   ASSERT_TRUE(doc.open(path));
   ASSERT_TRUE(doc.devices()->setSampleRate(96000));
   doc.markModified();
-  // A folder in the place of the temporary file: it cannot be created.
-  std::filesystem::create_directory(dir.file(".song.vpr.tmp"));
   messages.clear();
-  EXPECT_FALSE(doc.save());
+  {
+    // The disk is full: the temporary file cannot be made.
+    test::TemporaryFailure full(ENOSPC);
+    EXPECT_FALSE(doc.save());
+  }
   ASSERT_EQ(messages.messages().size(), 1u);
   EXPECT_EQ(messages.messages()[0].severity, Severity::kError);
   EXPECT_EQ(messages.messages()[0].text,
-            "Can not write project file \"" + path + "\" !\nopen: Is a directory" + kUnchanged);
+            "Can not write project file \"" + path + "\" !\nopen: No space left on device" + kUnchanged);
   EXPECT_EQ(test::readFile(path), before);
   EXPECT_TRUE(doc.isModified());
   EXPECT_EQ(doc.path(), path);
 
   // Once the obstacle is gone the same document saves.
-  std::filesystem::remove(dir.file(".song.vpr.tmp"));
   ASSERT_TRUE(doc.save());
   EXPECT_NE(test::readFile(path), before);
   EXPECT_FALSE(doc.isModified());
@@ -132,7 +135,7 @@ TEST_F(PDocumentSave, AProjectThatCannotBeReplacedIsStoredAsANewFile) {
   EXPECT_EQ(doc.path(), stored);
   EXPECT_FALSE(doc.isModified());
   EXPECT_TRUE(PSafeFile::isDirectory(path));
-  EXPECT_FALSE(PSafeFile::exists(dir.file(".song.vpr.tmp")));
+  EXPECT_FALSE(test::temporaryLeftFor(path));
   PDocument back(messages, prefs);
   ASSERT_TRUE(back.open(stored));
   EXPECT_EQ(back.project()->getTrackList()->count(), 1u);
@@ -186,13 +189,15 @@ TEST_F(PDocumentSave, BackupFailuresAreReported) {
   ASSERT_TRUE(doc.open(path));
   ASSERT_TRUE(doc.saveBackup());
   const Bytes backup = test::readFile(dir.file("song.vpr.bak"));
-  std::filesystem::create_directory(dir.file(".song.vpr.bak.tmp"));
   ASSERT_TRUE(doc.devices()->setSampleRate(32000));
   messages.clear();
-  EXPECT_FALSE(doc.saveBackup());
+  {
+    test::TemporaryFailure full(ENOSPC);
+    EXPECT_FALSE(doc.saveBackup());
+  }
   ASSERT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(messages.messages()[0].text,
-            "Can not write project file \"" + dir.file("song.vpr.bak") + "\" !\nopen: Is a directory" + kUnchanged);
+  EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
+                                             "\" !\nopen: No space left on device" + kUnchanged);
   EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
 }
 
