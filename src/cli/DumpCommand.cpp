@@ -6,6 +6,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "document/PDocument.h"
 #include "document/PDocumentMessages.h"
 #include "foundation/FFileStream.h"
 #include "foundation/FObjectArchive.h"
@@ -96,7 +97,7 @@ void printHuman(std::ostream& out, const json& dump) {
 int runDump(CliContext& context, const std::string& path, bool asJson) {
   FRef<FFileStream> file = makeRef<FFileStream>();
   if (!file->open(path, FFileStream::Mode::kRead)) {
-    context.messages.report(FUserMessages::Severity::kError, formatMessage(kCannotOpenProject, {path}));
+    context.messages.report(FUserMessages::Severity::kError, PDocument::cannotOpenMessage(path, file->lastError()));
     return kExitDataError;
   }
   FContainerReader reader(*file);
@@ -118,7 +119,7 @@ int runDump(CliContext& context, const std::string& path, bool asJson) {
                              {"records", tree.root}});
   }
   if (asJson) {
-    context.out << dump.dump(2) << '\n';
+    printJson(context.out, dump);
   } else {
     printHuman(context.out, dump);
   }

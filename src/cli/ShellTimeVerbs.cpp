@@ -6,6 +6,7 @@
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "model/markers/MTransport.h"
+#include "model/markers/MTransportCommand.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoCommands.h"
 #include "model/time/MTempoEvent.h"
@@ -81,8 +82,8 @@ bool setSignature(ShellSession& s, const ShellArgs& a) {
                                                   static_cast<int32_t>(*at + 0.5), values));
 }
 
-// The locators and the cycle switch belong to the transport, not to the
-// arrangement's content: they change at once and are not undone.
+// The locators and the cycle switch are edits with undo like any other
+// (model/markers/MTransportCommand.h).
 bool setLocators(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 2) return s.fail("usage: locators LEFT RIGHT");
   auto left = s.position(a[0]);
@@ -90,19 +91,14 @@ bool setLocators(ShellSession& s, const ShellArgs& a) {
   auto right = s.position(a[1]);
   if (!right) return false;
   if (*right < *left) return s.fail("the right locator must not lie before the left one");
-  s.transport().setLeftLocator(*left);
-  s.transport().setRightLocator(*right);
-  s.noteChange();
-  return true;
+  return s.perform(MTransportCommand::locators(FRef<MTransport>::share(&s.transport()), *left, *right));
 }
 
 bool setCycle(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 1) return s.fail("usage: cycle on|off");
   auto on = s.onOff(a, 0, true);
   if (!on) return false;
-  s.transport().setCycle(*on);
-  s.noteChange();
-  return true;
+  return s.perform(MTransportCommand::cycle(FRef<MTransport>::share(&s.transport()), *on));
 }
 
 }  // namespace

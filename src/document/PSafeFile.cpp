@@ -105,10 +105,19 @@ bool PSafeFile::isReadOnly(const std::string& path) {
 }
 
 std::string PSafeFile::resolveLink(const std::string& path) {
+  // Followed link by link, so that a link to a file not yet there leads to
+  // that file (which a save then makes) instead of being replaced itself.
+  constexpr int kMaxLinks = 40;  // the system's own bound on link chains
+  std::filesystem::path current(path);
   std::error_code ec;
-  if (!std::filesystem::is_symlink(path, ec)) return path;
-  const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, ec);
-  return ec ? path : resolved.string();
+  if (!std::filesystem::is_symlink(current, ec)) return path;
+  for (int hop = 0; hop < kMaxLinks && std::filesystem::is_symlink(current, ec); ++hop) {
+    const std::filesystem::path next = std::filesystem::read_symlink(current, ec);
+    if (ec) return path;
+    current = next.is_absolute() ? next : current.parent_path() / next;
+  }
+  const std::filesystem::path resolved = std::filesystem::weakly_canonical(current, ec);
+  return ec ? current.lexically_normal().string() : resolved.string();
 }
 
 bool PSafeFile::writeTemporary(const std::string& target, const Writer& writer, std::string* temporary,

@@ -42,7 +42,8 @@ class PSafeFile {
   [[nodiscard]] static bool write(const std::string& target, const Writer& writer, std::string* error);
 
   // The file a symbolic link finally points to, so that saving through a
-  // link replaces the linked file and keeps the link; other paths unchanged.
+  // link replaces the linked file and keeps the link (also a link to a file
+  // not yet there: the save makes it); other paths unchanged.
   static std::string resolveLink(const std::string& path);
   // True when path exists and may not be written: the system refuses write
   // access, or its mode has no write bit at all (which also holds for the

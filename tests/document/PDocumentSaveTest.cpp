@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <memory>
 
 #include "PDocumentTestSupport.h"
+#include "document/PProjectLock.h"
 #include "document/PSafeFile.h"
 
 namespace vantor {
@@ -199,6 +201,77 @@ TEST_F(PDocumentSave, BackupFailuresAreReported) {
   EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
                                              "\" !\nopen: No space left on device" + kUnchanged);
   EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
+}
+
+// A project open for editing in one document is refused to every other
+// writer, in this process or another (the lock is the system's flock).
+TEST_F(PDocumentSave, AProjectOpenForEditingIsRefusedToOtherWriters) {
+  const std::string path = savedProject("song.vpr");
+  const Bytes before = test::readFile(path);
+  const std::string inUse =
+      "The project file \"" + path + "\" is open in another session!\nIt can not be written until that session ends.";
+  auto first = std::make_unique<PDocument>(messages, prefs);
+  first->setProgressHandler([](std::string_view) {});
+  ASSERT_TRUE(first->lockForEditing(path));
+  ASSERT_TRUE(first->open(path));
+  EXPECT_TRUE(PSafeFile::exists(PProjectLock::lockPathFor(path)));
+
+  PDocument second(messages, prefs);
+  second.setProgressHandler([](std::string_view) {});
+  messages.clear();
+  EXPECT_FALSE(second.lockForEditing(path));
+  ASSERT_TRUE(second.open(path));  // reading needs no lock
+  ASSERT_TRUE(second.devices()->setSampleRate(22050));
+  EXPECT_FALSE(second.save());
+  EXPECT_EQ(messages.messages().size(), 2u);
+  EXPECT_TRUE(messages.contains(inUse));
+  EXPECT_EQ(test::readFile(path), before);
+
+  // The holder saves; saving under another name takes the lock along.
+  ASSERT_TRUE(first->devices()->setSampleRate(48000));
+  ASSERT_TRUE(first->save());
+  const std::string other = dir.file("other.vpr");
+  ASSERT_TRUE(first->save(other));
+  EXPECT_FALSE(PSafeFile::exists(PProjectLock::lockPathFor(path)));
+  EXPECT_TRUE(PSafeFile::exists(PProjectLock::lockPathFor(other)));
+  EXPECT_TRUE(second.lockForEditing(path));
+  messages.clear();
+  EXPECT_FALSE(second.save(other));
+  EXPECT_TRUE(messages.contains(
+      "The project file \"" + other + "\" is open in another session!\nIt can not be written until that session ends."));
+  first.reset();
+  EXPECT_FALSE(PSafeFile::exists(PProjectLock::lockPathFor(other)));
+  EXPECT_TRUE(second.save(other));
+  EXPECT_TRUE(second.save(path));
+}
+
+TEST_F(PDocumentSave, DevicesAndPipesAreNeverReplacedAndDanglingLinksAreFollowed) {
+  PDocument doc(messages, prefs);
+  fill(doc);
+  const std::string fifo = dir.file("pipe");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+  const std::string link = dir.file("to-pipe.vpr");
+  ASSERT_EQ(::symlink(fifo.c_str(), link.c_str()), 0);
+  for (const std::string& target : {fifo, link, std::string("/dev/null")}) {
+    messages.clear();
+    EXPECT_FALSE(doc.save(target)) << target;
+    EXPECT_EQ(messages.messages().size(), 1u);
+    EXPECT_TRUE(messages.contains("Can not write project file \"" + target +
+                                  "\" !\nIt is not a regular file (a device, a pipe or a socket)."))
+        << target;
+  }
+  struct stat info {};
+  ASSERT_EQ(::stat(fifo.c_str(), &info), 0);
+  EXPECT_TRUE(S_ISFIFO(info.st_mode));
+  ASSERT_EQ(::stat("/dev/null", &info), 0);
+  EXPECT_TRUE(S_ISCHR(info.st_mode));
+
+  // A link to a file not yet there: the file is made, the link stays.
+  const std::string dangling = dir.file("later.vpr");
+  ASSERT_EQ(::symlink(dir.file("real.vpr").c_str(), dangling.c_str()), 0);
+  ASSERT_TRUE(doc.save(dangling));
+  EXPECT_TRUE(std::filesystem::is_symlink(dangling));
+  EXPECT_TRUE(std::filesystem::is_regular_file(dir.file("real.vpr")));
 }
 
 }  // namespace

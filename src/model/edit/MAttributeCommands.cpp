@@ -6,6 +6,7 @@
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MPartEvent.h"
+#include "model/tree/MName.h"
 #include "model/tree/MTrackEvent.h"
 
 namespace vantor {
@@ -165,6 +166,8 @@ bool MRenameCommand::unite(const MCommand& next) {
 }
 
 size_t MRenameCommand::heldBytes() const { return MCommand::heldBytes() + name_.capacity(); }
+
+bool MRenameCommand::doPerform() { return isValidName(name_) && exchange(); }
 
 bool MRenameCommand::exchange() {
   MDataNode* node = event_ ? event_->getNode() : nullptr;

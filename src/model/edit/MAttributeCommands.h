@@ -126,7 +126,8 @@ class MEditLockCommand : public MCommand {
 };
 
 // Renames the content an event shows (a part's or a track's name is its
-// node's name). Fails when the event has no node or the node is read-only.
+// node's name). Fails when the event has no node, the node is read-only or
+// the name is refused by isValidName (model/tree/MName.h).
 // "Rename Part" ("Rename Track" for a track event). Repeated renames of the
 // same event unite, so typing a name is one undo step.
 class MRenameCommand : public MCommand {
@@ -140,7 +141,7 @@ class MRenameCommand : public MCommand {
   size_t heldBytes() const override;
 
  protected:
-  bool doPerform() override { return exchange(); }
+  bool doPerform() override;
   bool doUndo() override { return exchange(); }
   bool doRedo() override { return exchange(); }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "model/tree/MName.h"
+
 namespace vantor {
 
 VANTOR_DEFINE_CLASS(MMarkerIdCommand, MCommand, 0)
@@ -43,7 +45,7 @@ MMarkerRenameCommand::MMarkerRenameCommand(FRef<MMarkerEvent> marker, std::strin
     : marker_(std::move(marker)), name_(std::move(name)) {}
 
 bool MMarkerRenameCommand::doPerform() {
-  if (!marker_ || isLocatorMarker(marker_.get())) return false;
+  if (!marker_ || isLocatorMarker(marker_.get()) || !isValidName(name_)) return false;
   return exchange();
 }
 

@@ -3,6 +3,7 @@
 #include "model/markers/MMarkerCommands.h"
 #include "model/markers/MMarkerEvent.h"
 #include "model/markers/MTransport.h"
+#include "model/markers/MTransportCommand.h"
 #include "model/tree/MEventController.h"
 
 namespace vantor {
@@ -15,6 +16,7 @@ void registerMarkerClasses() {
   MMarkerIdCommand::classDescriptor();
   MMarkerRenameCommand::classDescriptor();
   MTransport::classDescriptor();
+  MTransportCommand::classDescriptor();
   // Markers edit through their own controller; this replaces the plain one
   // the tree registered under the same key (markers register after it).
   MCategoryRegistry::instance().add(MCategoryRegistry::kEventController,
