@@ -31,8 +31,8 @@ void overrideSettings(CliContext& context, const std::vector<std::string>& setti
     const size_t eq = setting.find('=');
     const std::string key = setting.substr(0, eq);
     if (eq != std::string::npos && !PPreferences::declared(key)) {
-      throw CLI::ValidationError("--pref", "unknown setting \"" + key +
-                                               "\"; the settings are: " + joined(PPreferences::declaredKeys()));
+      throw CLI::ValidationError(
+          "--pref", "unknown setting \"" + key + "\"; the settings are: " + joined(PPreferences::declaredKeys()));
     }
     if (eq == std::string::npos || !context.preferences.override(key, setting.substr(eq + 1))) {
       throw CLI::ValidationError("--pref", "bad setting \"" + setting + "\" (KEY=VALUE)");

@@ -60,8 +60,7 @@ struct CliContext {
 enum class OpenPurpose { kRead, kEdit };
 
 // Opens the project at path into document; the failure has been reported.
-[[nodiscard]] bool openProject(CliContext& context, PDocument& document, const std::string& path,
-                               OpenPurpose purpose);
+[[nodiscard]] bool openProject(CliContext& context, PDocument& document, const std::string& path, OpenPurpose purpose);
 
 // Prints value as indented JSON. Bytes of names that are not UTF-8 (files
 // of other programs may hold any) are shown as U+FFFD, never refused.

@@ -164,8 +164,7 @@ void addProjectCommands(CLI::App& app, CliContext& context, int* exitCode) {
   auto demoForce = std::make_shared<bool>(false);
   demo->add_option("FILE", *demoPath, "Where to save it")->required();
   demo->add_flag("--force", *demoForce, "Replace an existing file");
-  demo->callback(
-      [&context, exitCode, demoPath, demoForce] { *exitCode = runDemo(context, *demoPath, *demoForce); });
+  demo->callback([&context, exitCode, demoPath, demoForce] { *exitCode = runDemo(context, *demoPath, *demoForce); });
 }
 
 }  // namespace vantor::cli

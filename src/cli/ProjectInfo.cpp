@@ -128,8 +128,8 @@ void printProject(std::ostream& out, const json& info) {
   const json& v = info["version"];
   out << "Project " << printable(info["file"].get<std::string>()) << "\n  written by "
       << printable(v["application"].get<std::string>()) << ' ' << printable(v["version"].get<std::string>()) << " ("
-      << printable(v["buildDate"].get<std::string>()) << ", format revision "
-      << v["revision"].get<int>() << ")\nTempo:\n";
+      << printable(v["buildDate"].get<std::string>()) << ", format revision " << v["revision"].get<int>()
+      << ")\nTempo:\n";
   for (const json& e : info["tempo"]["events"]) {
     out << "  " << e["bars"].get<std::string>() << "  " << e["bpm"].get<double>() << " BPM, "
         << e["function"].get<std::string>() << ", at " << e["time"].get<std::string>() << '\n';
@@ -142,21 +142,21 @@ void printProject(std::ostream& out, const json& info) {
   out << "Tracks: " << info["tracks"].size() << '\n';
   for (const json& t : info["tracks"]) {
     out << "  " << t["number"].get<int>() << ". " << t["kind"].get<std::string>() << " "
-        << quoted(t["name"].get<std::string>()) << ", ";
+        << quotedText(t["name"].get<std::string>()) << ", ";
     if (t.contains("tracksInside")) {
       out << t["tracksInside"].get<size_t>() << " tracks inside\n";
     } else {
       out << t["parts"].size() << " parts\n";
     }
     for (const json& p : t["parts"]) {
-      out << "      " << quoted(p["name"].get<std::string>()) << " " << p["start"]["bars"].get<std::string>() << " - "
-          << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
+      out << "      " << quotedText(p["name"].get<std::string>()) << " " << p["start"]["bars"].get<std::string>()
+          << " - " << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
           << (p["muted"].get<bool>() ? ", muted" : "") << (p["locked"].get<bool>() ? ", locked" : "") << '\n';
     }
   }
   out << "Markers: " << info["markers"].size() << '\n';
   for (const json& m : info["markers"]) {
-    out << "  " << m["id"].get<int>() << " " << quoted(m["name"].get<std::string>()) << " at "
+    out << "  " << m["id"].get<int>() << " " << quotedText(m["name"].get<std::string>()) << " at "
         << m["start"]["bars"].get<std::string>() << '\n';
   }
   if (info.contains("locators")) {

@@ -68,8 +68,7 @@ int runEdit(CliContext& context, const std::string& path, const std::vector<std:
   session.setSavesItself(true);
   for (const std::string& line : lines) {
     if (!session.execute(line)) {
-      context.messages.report(FUserMessages::Severity::kError,
-                              "the project was not saved: \"" + line + "\" failed");
+      context.messages.report(FUserMessages::Severity::kError, "the project was not saved: \"" + line + "\" failed");
       return kExitDataError;
     }
     if (session.wantsQuit()) break;

@@ -36,7 +36,7 @@ void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* no
   const std::vector<MEvent*> events = eventsOf(node);
   for (size_t i = 0; i < events.size(); ++i) {
     const MEvent& e = *events[i];
-    s.out() << prefix << (i + 1) << "  " << quoted(eventName(e)) << "  " << bars(s, e.getStart()) << " - "
+    s.out() << prefix << (i + 1) << "  " << quotedText(eventName(e)) << "  " << bars(s, e.getStart()) << " - "
             << bars(s, e.getEnd()) << "  (start " << e.getStart() << ", length " << e.getLength() << ", offset "
             << e.getOffset() << ")";
     if (e.getNode() != nullptr && e.getNode()->events() != nullptr)
@@ -54,7 +54,7 @@ bool listTracksVerb(ShellSession& s, const ShellArgs&) {
   if (tracks.empty()) s.out() << "no tracks\n";
   for (size_t i = 0; i < tracks.size(); ++i) {
     const MTrackEvent& t = *tracks[i];
-    s.out() << (i + 1) << "  " << trackKindName(t) << "  " << quoted(t.getName());
+    s.out() << (i + 1) << "  " << trackKindName(t) << "  " << quotedText(t.getName());
     const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
     if (folder != nullptr && folder->getTrackList() != nullptr) {
       s.out() << "  " << folder->getTrackList()->count() << " tracks";
@@ -88,7 +88,7 @@ bool listMarkers(ShellSession& s, const ShellArgs&) {
   for (MEvent* e : eventsOf(s.project().getMarkerTrack()->getNode())) {
     auto* m = dynamic_cast<MMarkerEvent*>(e);
     if (m == nullptr) continue;
-    s.out() << m->getMarkerID() << "  " << quoted(m->getName()) << "  " << bars(s, m->getStart());
+    s.out() << m->getMarkerID() << "  " << quotedText(m->getName()) << "  " << bars(s, m->getStart());
     if (dynamic_cast<MRangeMarkerEvent*>(m) != nullptr) s.out() << " - " << bars(s, m->getEnd());
     if (dynamic_cast<MCycleEvent*>(m) != nullptr) s.out() << "  (locator marker)";
     s.out() << '\n';

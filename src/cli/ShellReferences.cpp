@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "cli/ShellSession.h"
-#include "model/tree/MName.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MName.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
 #include "model/tree/MTrackList.h"
@@ -186,6 +186,6 @@ std::string escaped(std::string_view text, bool escapeQuote) {
 
 std::string printable(std::string_view text) { return escaped(text, false); }
 
-std::string quoted(std::string_view text) { return "\"" + escaped(text, true) + "\""; }
+std::string quotedText(std::string_view text) { return "\"" + escaped(text, true) + "\""; }
 
 }  // namespace vantor::cli

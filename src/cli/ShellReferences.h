@@ -32,9 +32,9 @@ bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* deno
 // terminal: control characters (C0, DEL and C1) as \n, \t, \r or \xHH /
 // \u0080..\u009F, bytes that are not UTF-8 as \xHH, and a backslash
 // doubled, so that no name can move the cursor, forge an output line or
-// send a terminal command. quoted() also escapes '"' and adds the quotes.
+// send a terminal command. quotedText() also escapes '"' and adds the quotes.
 std::string printable(std::string_view text);
-std::string quoted(std::string_view text);
+std::string quotedText(std::string_view text);
 // Splits "a:b:c" at the colons.
 std::vector<std::string> splitReference(const std::string& text);
 

@@ -3,8 +3,8 @@
 #include <charconv>
 #include <ostream>
 
-#include "document/PArrangement.h"
 #include "document/FAutoSaver.h"
+#include "document/PArrangement.h"
 #include "document/PDocument.h"
 #include "model/markers/MTransport.h"
 #include "model/time/MPosition.h"

@@ -112,8 +112,8 @@ void addSessionVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"redo", "[COUNT]", "redo the last undone edit (or COUNT)", stepVerb(false)});
   verbs.push_back({"history", "", "show the undo and redo lists", history});
   verbs.push_back({"save as", "PATH", "save the project to another file, which becomes its file", saveAs});
-  verbs.push_back({"save backup", "", "write a backup beside the project file (FILE.bak); the project stays as it is",
-                   saveBackup});
+  verbs.push_back(
+      {"save backup", "", "write a backup beside the project file (FILE.bak); the project stays as it is", saveBackup});
   verbs.push_back({"save", "", "save the project to its file", save});
   verbs.push_back({"quit", "", "end the session (unsaved edits are lost)", quit});
   verbs.push_back({"exit", "", "end the session (unsaved edits are lost)", quit});

@@ -237,8 +237,8 @@ TEST_F(PDocumentSave, AProjectOpenForEditingIsRefusedToOtherWriters) {
   EXPECT_TRUE(second.lockForEditing(path));
   messages.clear();
   EXPECT_FALSE(second.save(other));
-  EXPECT_TRUE(messages.contains(
-      "The project file \"" + other + "\" is open in another session!\nIt can not be written until that session ends."));
+  EXPECT_TRUE(messages.contains("The project file \"" + other +
+                                "\" is open in another session!\nIt can not be written until that session ends."));
   first.reset();
   EXPECT_FALSE(PSafeFile::exists(PProjectLock::lockPathFor(other)));
   EXPECT_TRUE(second.save(other));

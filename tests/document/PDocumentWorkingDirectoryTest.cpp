@@ -59,8 +59,8 @@ TEST_F(PDocumentWorkingDirectory, OpenedForReadingAMovedProjectOnlyGetsANote) {
   ASSERT_TRUE(doc.openForReading(newPath));
   EXPECT_TRUE(messages.questions().empty());
   ASSERT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(messages.messages()[0].text, "Note: the project file has been moved; its working directory is still \"" +
-                                             real(dir.file("old")) + "\".");
+  EXPECT_EQ(messages.messages()[0].text,
+            "Note: the project file has been moved; its working directory is still \"" + real(dir.file("old")) + "\".");
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
   EXPECT_FALSE(doc.isModified());
 }

@@ -5,8 +5,8 @@
 
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
-#include "model/tree/MPartEvent.h"
 #include "model/tree/MName.h"
+#include "model/tree/MPartEvent.h"
 #include "model/tree/MTrackEvent.h"
 
 namespace vantor {
