@@ -28,6 +28,33 @@ void waitForLine(std::istream& in, ShellSession& session) {
   }
 }
 
+// Lines longer than this are refused: no command needs more (a name holds at
+// most 1024 bytes), and a script without line breaks must not fill memory.
+constexpr size_t kMaxLineBytes = 1 << 20;
+
+enum class LineRead { kLine, kTooLong, kEnd };
+
+// Reads up to the next line break (or the end of input) into *line,
+// keeping at most kMaxLineBytes of it.
+LineRead readLine(std::istream& in, std::string* line) {
+  line->clear();
+  std::streambuf* buffer = in.rdbuf();
+  bool any = false;
+  bool tooLong = false;
+  for (int c = buffer->sbumpc(); c != std::char_traits<char>::eof(); c = buffer->sbumpc()) {
+    any = true;
+    if (c == '\n') return tooLong ? LineRead::kTooLong : LineRead::kLine;
+    if (line->size() < kMaxLineBytes) {
+      line->push_back(static_cast<char>(c));
+    } else {
+      tooLong = true;
+    }
+  }
+  in.setstate(std::ios::eofbit);
+  if (!any) return LineRead::kEnd;
+  return tooLong ? LineRead::kTooLong : LineRead::kLine;
+}
+
 int runShell(CliContext& context, std::istream& in, const std::string& path) {
   const bool interactive = &in == &std::cin && ::isatty(STDIN_FILENO) == 1;
   // Questions (a moved project, a read-only file, the warnings before what
@@ -44,7 +71,13 @@ int runShell(CliContext& context, std::istream& in, const std::string& path) {
       context.out << "vantor> " << std::flush;
       waitForLine(in, session);
     }
-    if (!std::getline(in, line)) break;
+    const LineRead read = readLine(in, &line);
+    if (read == LineRead::kEnd) break;
+    if (read == LineRead::kTooLong) {
+      (void)session.fail("the line is longer than " + std::to_string(kMaxLineBytes) + " bytes");
+      allOk = false;
+      continue;
+    }
     if (!session.execute(line)) allOk = false;
     if (session.wantsQuit()) break;
   }

@@ -162,11 +162,12 @@ TEST(CliShell, NamesAreCheckedAndPrintedEscaped) {
       "part add 1 1.1.1.0 2.1.1.0 \"\xC0\xAF\"\n",  // an overlong '/'
   };
   for (const std::string& line : refused) script += line;
+  script += "track rename 1 " + std::string(3 << 20, 'n') + "\n";  // 3 MB: refused whole
   script += "track rename 1 " + longest + "\nsave\n";
   const auto r = runVantor({"shell", file}, script);
   EXPECT_EQ(r.status, 1);
-  for (const char* why :
-       {"a name may not hold a NUL character", "a name may be at most 1024 bytes long", "a name must be UTF-8 text"}) {
+  for (const char* why : {"a name may not hold a NUL character", "a name may be at most 1024 bytes long",
+                          "a name must be UTF-8 text", "the line is longer than 1048576 bytes"}) {
     EXPECT_NE(r.err.find(std::string("error: ") + why), std::string::npos) << why << r.err;
   }
   const json j = info(file);
