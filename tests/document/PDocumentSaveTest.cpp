@@ -210,6 +210,8 @@ TEST_F(PDocumentSave, AProjectOpenForEditingIsRefusedToOtherWriters) {
   const Bytes before = test::readFile(path);
   const std::string inUse =
       "The project file \"" + path + "\" is open in another session!\nIt can not be written until that session ends.";
+  // A lock file left by a program that crashed holds no lock.
+  test::writeText(PProjectLock::lockPathFor(path), "99999\n");
   auto first = std::make_unique<PDocument>(messages, prefs);
   first->setProgressHandler([](std::string_view) {});
   ASSERT_TRUE(first->lockForEditing(path));
