@@ -16,11 +16,13 @@ void CliMessages::report(Severity severity, std::string_view text) {
 
 int CliMessages::ask(std::string_view text, const std::vector<std::string>& choices, int defaultChoice) {
   err_ << text << '\n';
-  if (terminal_ != nullptr && !choices.empty()) return askTerminal(choices, defaultChoice);
-  int answer = defaultChoice;
+  // --yes answers the warnings also on a terminal: the user gave it on purpose.
+  int yes = -1;
   for (size_t i = 0; assumeYes_ && i < choices.size(); ++i) {
-    if (choices[i] == "Yes") answer = static_cast<int>(i);
+    if (choices[i] == "Yes") yes = static_cast<int>(i);
   }
+  if (yes < 0 && terminal_ != nullptr && !choices.empty()) return askTerminal(choices, defaultChoice);
+  const int answer = yes >= 0 ? yes : defaultChoice;
   if (answer >= 0 && answer < static_cast<int>(choices.size())) {
     err_ << "(answered: " << choices[static_cast<size_t>(answer)] << ")\n";
   }

@@ -20,10 +20,10 @@ namespace vantor::cli {
 
 enum ExitCode { kExitOk = 0, kExitDataError = 1, kExitUsage = 2 };
 
-// Prints reports to stderr. Questions are asked on the terminal when one
-// was given (setTerminal); otherwise, as in a script, they take their
-// default, except that --yes (setAssumeYes) answers "Yes" to a question
-// that offers it: the warnings before operations that cannot be undone.
+// Prints reports to stderr. --yes (setAssumeYes) answers "Yes" to a
+// question that offers it: the warnings before operations that cannot be
+// undone. Other questions are asked on the terminal when one was given
+// (setTerminal); otherwise, as in a script, they take their default.
 class CliMessages : public FUserMessages {
  public:
   explicit CliMessages(std::ostream& err) : err_(err) {}

@@ -20,7 +20,9 @@
 // there): the backup "song.vpr.bak" (file type "BAK "), replaced by every
 // "Save Backup..."; the automatic save "song.autosave.vpr", removed by the
 // next successful save; and, when "song.vpr" cannot be replaced, the first
-// free name of "song-1.vpr", "song-2.vpr", ...
+// free name of "song-1.vpr", "song-2.vpr", ...; while a session edits it,
+// the lock file ".song.vpr.lock" (document/PProjectLock.h); and for a moment
+// during each write, a temporary ".song.vpr.XXXXXX.tmp".
 
 #include <cstdint>
 #include <functional>
