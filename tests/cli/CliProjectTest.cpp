@@ -205,10 +205,11 @@ TEST(CliProject, DamagedNamesAndFilesNeverAbort) {
       mutant[random() % mutant.size()] = static_cast<char>(random());
     }
     std::ofstream(file, std::ios::binary | std::ios::trunc) << mutant;
-    for (const bool asJson : {true, false}) {
-      const auto r = asJson ? runVantor({"info", file, "--json"}) : runVantor({"info", file});
-      ASSERT_TRUE(r.status == 0 || r.status == 1) << i << " " << r.status << r.err;
-      if (r.status == 0 && asJson) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"info", file, "--json"}, {"info", file}, {"dump", file}}) {
+      const auto r = runVantor(args);
+      ASSERT_TRUE(r.status == 0 || r.status == 1) << i << " " << args[0] << " " << r.status << r.err;
+      if (r.status == 0 && args.size() == 3) {
         EXPECT_TRUE(json::accept(r.out)) << i;
       }
       if (r.status == 1) {
