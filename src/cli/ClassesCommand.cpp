@@ -33,7 +33,7 @@ int runClasses(CliContext& context, bool asJson) {
     classes.push_back(std::move(entry));
   });
   if (asJson) {
-    context.out << nlohmann::json{{"classes", classes}, {"failures", failures}}.dump(2) << '\n';
+    printJson(context.out, nlohmann::json{{"classes", classes}, {"failures", failures}});
   } else {
     for (const auto& c : classes) {
       context.out << c["name"].get<std::string>();

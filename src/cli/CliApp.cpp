@@ -15,6 +15,61 @@
 
 namespace vantor::cli {
 
+namespace {
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
+}
+
+// --pref "KEY=VALUE": a setting for this run only, never saved. Only the
+// settings the program knows are accepted, so that a misspelt key is not
+// silently ignored.
+void overrideSettings(CliContext& context, const std::vector<std::string>& settings) {
+  for (const std::string& setting : settings) {
+    const size_t eq = setting.find('=');
+    const std::string key = setting.substr(0, eq);
+    if (eq != std::string::npos && !PPreferences::declared(key)) {
+      throw CLI::ValidationError(
+          "--pref", "unknown setting \"" + key + "\"; the settings are: " + joined(PPreferences::declaredKeys()));
+    }
+    if (eq == std::string::npos || !context.preferences.override(key, setting.substr(eq + 1))) {
+      throw CLI::ValidationError("--pref", "bad setting \"" + setting + "\" (KEY=VALUE)");
+    }
+  }
+  GUndoManager::applyMaximumUndo(static_cast<int>(context.preferences.getInt("Maximum Undo")));
+}
+
+// The first word that is neither an option nor an option's value: where a
+// subcommand belongs.
+std::string firstWord(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--pref") {
+      ++i;
+    } else if (arg.empty() || arg[0] != '-') {
+      return arg;
+    }
+  }
+  return {};
+}
+
+// A missing or unknown subcommand is named as such, with the list to pick from.
+bool reportSubcommand(const CLI::App& app, int argc, char** argv, std::ostream& err) {
+  const std::string word = firstWord(argc, argv);
+  std::vector<std::string> names;
+  for (const CLI::App* sub : app.get_subcommands({})) {
+    if (sub->get_name() == word) return false;
+    names.push_back(sub->get_name());
+  }
+  err << (word.empty() ? std::string("a subcommand is required") : "unknown subcommand \"" + word + "\"")
+      << "; the subcommands are: " << joined(names) << "\nRun with --help for more information.\n";
+  return true;
+}
+
+}  // namespace
+
 int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   initializeDocument();
   CliContext context(out, err);
@@ -25,19 +80,11 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   app.require_subcommand(1);
   app.add_flag_callback(
       "-v,--verbose", [&context] { context.messages.setVerbose(true); }, "Show progress and information messages");
-  // Settings for this run only, never saved: --pref "Maximum Undo=50".
+  app.add_flag_callback(
+      "-y,--yes", [&context] { context.messages.setAssumeYes(true); },
+      "Answer yes to the warnings before operations that cannot be undone (in scripts)");
   app.add_option_function<std::vector<std::string>>(
-         "--pref",
-         [&context](const std::vector<std::string>& settings) {
-           for (const std::string& setting : settings) {
-             const size_t eq = setting.find('=');
-             if (eq == std::string::npos ||
-                 !context.preferences.override(setting.substr(0, eq), setting.substr(eq + 1))) {
-               throw CLI::ValidationError("--pref", "bad setting \"" + setting + "\" (KEY=VALUE)");
-             }
-           }
-           GUndoManager::applyMaximumUndo(static_cast<int>(context.preferences.getInt("Maximum Undo")));
-         },
+         "--pref", [&context](const std::vector<std::string>& settings) { overrideSettings(context, settings); },
          "Override a setting for this run: KEY=VALUE")
       ->trigger_on_parse();
   int exitCode = kExitOk;
@@ -49,8 +96,11 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     // --help is a "parse error" that exits with 0 after printing the help of
-    // the subcommand it was given to.
-    return app.exit(e, out, err) == 0 ? kExitOk : kExitUsage;
+    // the subcommand it was given to. Every malformed argument exits with 2.
+    if (e.get_exit_code() == 0) return app.exit(e, out, err) == 0 ? kExitOk : kExitUsage;
+    if (app.get_subcommands().empty() && reportSubcommand(app, argc, argv, err)) return kExitUsage;
+    (void)app.exit(e, out, err);
+    return kExitUsage;
   }
   return exitCode;
 }

@@ -6,6 +6,8 @@
 #include <ostream>
 #include <sstream>
 
+#include "cli/ShellReferences.h"
+#include "document/PDocument.h"
 #include "document/PDocumentMessages.h"
 #include "foundation/FFileStream.h"
 #include "foundation/FObjectArchive.h"
@@ -68,7 +70,7 @@ void printRecords(std::ostream& out, const json& items, int depth) {
     } else if (item.contains("reference")) {
       out << "-> #" << item["reference"].get<uint32_t>() << '\n';
     } else {
-      out << '#' << item["record"].get<uint32_t>() << ' ' << item["class"].get<std::string>() << " ("
+      out << '#' << item["record"].get<uint32_t>() << ' ' << printable(item["class"].get<std::string>()) << " ("
           << item["length"].get<uint32_t>() << " bytes)";
       if (item.contains("skipped")) out << " skipped: unknown class";
       if (item.contains("failed")) out << " failed";
@@ -80,14 +82,15 @@ void printRecords(std::ostream& out, const json& items, int depth) {
 
 void printHuman(std::ostream& out, const json& dump) {
   for (const json& root : dump["roots"]) {
-    out << "Root \"" << root["name"].get<std::string>() << "\" " << root["className"].get<std::string>() << ", archive "
-        << root["archiveSize"].get<uint32_t>() << " bytes\n";
+    out << "Root " << quotedText(root["name"].get<std::string>()) << ' '
+        << printable(root["className"].get<std::string>()) << ", archive " << root["archiveSize"].get<uint32_t>()
+        << " bytes\n";
     const json& header = root["header"];
-    out << "  magic " << header["magicText"].get<std::string>() << ", total length "
+    out << "  magic " << printable(header["magicText"].get<std::string>()) << ", total length "
         << header["totalLength"].get<uint32_t>() << ", " << header["classes"].size() << " classes\n";
     for (const json& cls : header["classes"]) {
-      out << "    [" << cls["index"].get<size_t>() << "] \"" << cls["name"].get<std::string>() << "\" first size "
-          << cls["firstSize"].get<int32_t>() << ", version " << cls["version"].get<int>() << '\n';
+      out << "    [" << cls["index"].get<size_t>() << "] " << quotedText(cls["name"].get<std::string>())
+          << " first size " << cls["firstSize"].get<int32_t>() << ", version " << cls["version"].get<int>() << '\n';
     }
     printRecords(out, root["records"], 1);
   }
@@ -96,7 +99,7 @@ void printHuman(std::ostream& out, const json& dump) {
 int runDump(CliContext& context, const std::string& path, bool asJson) {
   FRef<FFileStream> file = makeRef<FFileStream>();
   if (!file->open(path, FFileStream::Mode::kRead)) {
-    context.messages.report(FUserMessages::Severity::kError, formatMessage(kCannotOpenProject, {path}));
+    context.messages.report(FUserMessages::Severity::kError, PDocument::cannotOpenMessage(path, file->lastError()));
     return kExitDataError;
   }
   FContainerReader reader(*file);
@@ -118,7 +121,7 @@ int runDump(CliContext& context, const std::string& path, bool asJson) {
                              {"records", tree.root}});
   }
   if (asJson) {
-    context.out << dump.dump(2) << '\n';
+    printJson(context.out, dump);
   } else {
     printHuman(context.out, dump);
   }

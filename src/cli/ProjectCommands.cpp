@@ -26,7 +26,8 @@ namespace {
 using nlohmann::json;
 
 bool refuseExisting(CliContext& context, const std::string& path, bool force) {
-  if (force || !std::filesystem::exists(path)) return false;
+  std::error_code ec;
+  if (force || !std::filesystem::exists(path, ec)) return false;
   context.messages.report(FUserMessages::Severity::kError,
                           "\"" + path + "\" already exists (use --force to replace it)");
   return true;
@@ -59,10 +60,10 @@ int runNew(CliContext& context, const std::string& path, const std::string& temp
 
 int runInfo(CliContext& context, const std::string& path, bool asJson) {
   PDocument document(context.messages, context.preferences);
-  if (!openProject(context, document, path)) return kExitDataError;
+  if (!openProject(context, document, path, OpenPurpose::kRead)) return kExitDataError;
   const json info = describeProject(document);
   if (asJson) {
-    context.out << info.dump(2) << '\n';
+    printJson(context.out, info);
   } else {
     printProject(context.out, info);
   }
@@ -71,20 +72,21 @@ int runInfo(CliContext& context, const std::string& path, bool asJson) {
 
 int runTime(CliContext& context, const std::string& path, const std::string& text, bool asJson) {
   PDocument document(context.messages, context.preferences);
-  if (!openProject(context, document, path)) return kExitDataError;
+  if (!openProject(context, document, path, OpenPurpose::kRead)) return kExitDataError;
   MProject& project = *document.project();
   const MPosition positions(*project.getSignatureNode(), *project.getTempoNode());
   std::string error;
   const std::optional<double> pulses = positions.parse(text, &error);
   if (!pulses) {
+    // A position that cannot be read is a malformed argument like any other.
     context.messages.report(FUserMessages::Severity::kError, error);
-    return kExitDataError;
+    return kExitUsage;
   }
   const double seconds = project.getTempoNode()->secondsAt(*pulses);
   const std::string bars = positions.formatBars(*pulses).value_or("");
   const std::string time = positions.formatTime(*pulses).value_or("");
   if (asJson) {
-    context.out << json{{"pulses", *pulses}, {"bars", bars}, {"seconds", seconds}, {"time", time}}.dump(2) << '\n';
+    printJson(context.out, json{{"pulses", *pulses}, {"bars", bars}, {"seconds", seconds}, {"time", time}});
   } else {
     // Whole pulses (as bar text counts them) and seconds in fixed decimals:
     // never an exponent.
@@ -115,7 +117,8 @@ const char* const kDemoLines[] = {
     "mute 2:1",
 };
 
-int runDemo(CliContext& context, const std::string& path) {
+int runDemo(CliContext& context, const std::string& path, bool force) {
+  if (refuseExisting(context, path, force)) return kExitDataError;
   {
     // The lines' own output (new marker IDs) is not part of the job's.
     std::ostringstream lineOutput;
@@ -167,8 +170,10 @@ void addProjectCommands(CLI::App& app, CliContext& context, int* exitCode) {
 
   auto* demo = app.add_subcommand("demo", "Build a small project of its own, save it and show it");
   auto demoPath = std::make_shared<std::string>();
+  auto demoForce = std::make_shared<bool>(false);
   demo->add_option("FILE", *demoPath, "Where to save it")->required();
-  demo->callback([&context, exitCode, demoPath] { *exitCode = runDemo(context, *demoPath); });
+  demo->add_flag("--force", *demoForce, "Replace an existing file");
+  demo->callback([&context, exitCode, demoPath, demoForce] { *exitCode = runDemo(context, *demoPath, *demoForce); });
 }
 
 }  // namespace vantor::cli

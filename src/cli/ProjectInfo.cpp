@@ -134,9 +134,10 @@ json describeProject(const PDocument& document) {
 
 void printProject(std::ostream& out, const json& info) {
   const json& v = info["version"];
-  out << "Project " << info["file"].get<std::string>() << "\n  written by " << v["application"].get<std::string>()
-      << ' ' << v["version"].get<std::string>() << " (" << v["buildDate"].get<std::string>() << ", format revision "
-      << v["revision"].get<int>() << ")\nTempo:\n";
+  out << "Project " << printable(info["file"].get<std::string>()) << "\n  written by "
+      << printable(v["application"].get<std::string>()) << ' ' << printable(v["version"].get<std::string>()) << " ("
+      << printable(v["buildDate"].get<std::string>()) << ", format revision " << v["revision"].get<int>()
+      << ")\nTempo:\n";
   for (const json& e : info["tempo"]["events"]) {
     out << "  " << e["bars"].get<std::string>() << "  " << MTimeRange::formatTempo(e["bpm"].get<double>()) << " BPM, "
         << e["function"].get<std::string>() << ", at " << e["time"].get<std::string>() << '\n';
@@ -148,22 +149,22 @@ void printProject(std::ostream& out, const json& info) {
   }
   out << "Tracks: " << info["tracks"].size() << '\n';
   for (const json& t : info["tracks"]) {
-    out << "  " << t["number"].get<int>() << ". " << t["kind"].get<std::string>() << " \""
-        << t["name"].get<std::string>() << "\", ";
+    out << "  " << t["number"].get<int>() << ". " << t["kind"].get<std::string>() << " "
+        << quotedText(t["name"].get<std::string>()) << ", ";
     if (t.contains("tracksInside")) {
       out << t["tracksInside"].get<size_t>() << " tracks inside\n";
     } else {
       out << t["parts"].size() << " parts\n";
     }
     for (const json& p : t["parts"]) {
-      out << "      \"" << p["name"].get<std::string>() << "\" " << p["start"]["bars"].get<std::string>() << " - "
-          << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
+      out << "      " << quotedText(p["name"].get<std::string>()) << " " << p["start"]["bars"].get<std::string>()
+          << " - " << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
           << (p["muted"].get<bool>() ? ", muted" : "") << (p["locked"].get<bool>() ? ", locked" : "") << '\n';
     }
   }
   out << "Markers: " << info["markers"].size() << '\n';
   for (const json& m : info["markers"]) {
-    out << "  " << m["id"].get<int>() << " \"" << m["name"].get<std::string>() << "\" at "
+    out << "  " << m["id"].get<int>() << " " << quotedText(m["name"].get<std::string>()) << " at "
         << m["start"]["bars"].get<std::string>() << '\n';
   }
   if (info.contains("locators")) {

@@ -51,7 +51,7 @@ void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* no
   const std::vector<MEvent*> events = eventsOf(node);
   for (size_t i = 0; i < events.size(); ++i) {
     const MEvent& e = *events[i];
-    s.out() << prefix << (i + 1) << "  \"" << eventName(e) << "\"  " << bars(s, origin + e.getStart()) << " - "
+    s.out() << prefix << (i + 1) << "  " << quotedText(eventName(e)) << "  " << bars(s, origin + e.getStart()) << " - "
             << bars(s, origin + e.getEnd()) << "  (start " << pulsesText(e.getStart()) << ", length "
             << pulsesText(e.getLength()) << ", offset " << pulsesText(e.getOffset()) << ")";
     if (e.getNode() != nullptr && e.getNode()->events() != nullptr)
@@ -69,7 +69,7 @@ bool listTracksVerb(ShellSession& s, const ShellArgs&) {
   if (tracks.empty()) s.out() << "no tracks\n";
   for (size_t i = 0; i < tracks.size(); ++i) {
     const MTrackEvent& t = *tracks[i];
-    s.out() << (i + 1) << "  " << trackKindName(t) << "  \"" << t.getName() << "\"";
+    s.out() << (i + 1) << "  " << trackKindName(t) << "  " << quotedText(t.getName());
     const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
     if (folder != nullptr && folder->getTrackList() != nullptr) {
       s.out() << "  " << folder->getTrackList()->count() << " tracks";
@@ -114,7 +114,7 @@ bool listMarkers(ShellSession& s, const ShellArgs&) {
     } else {
       s.out() << m->getMarkerID();
     }
-    s.out() << "  \"" << m->getName() << "\"  "
+    s.out() << "  " << quotedText(m->getName()) << "  "
             << bars(s, MMarkerEventController::toPulses(node, m->getStart(), tempo));
     if (dynamic_cast<MRangeMarkerEvent*>(m) != nullptr)
       s.out() << " - " << bars(s, MMarkerEventController::toPulses(node, m->getEnd(), tempo));

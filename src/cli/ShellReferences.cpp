@@ -7,6 +7,7 @@
 #include "model/time/MTimeRange.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MPartEvent.h"
+#include "model/tree/MName.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
 #include "model/tree/MTrackList.h"
@@ -132,5 +133,53 @@ MEvent* ShellSession::event(const std::string& text, double* origin) {
   }
   return current;
 }
+
+namespace {
+
+std::string escaped(std::string_view text, bool escapeQuote) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const size_t length = utf8SequenceLength(text, i);
+    if (length > 1) {
+      const auto second = static_cast<unsigned char>(text[i + 1]);
+      if (c == 0xC2 && second < 0xA0) {  // C1 controls U+0080..U+009F
+        out += "\\u00";
+        out += kHex[second >> 4];
+        out += kHex[second & 15];
+      } else {
+        out.append(text.substr(i, length));
+      }
+      i += length;
+      continue;
+    }
+    if (c == '\\' || (escapeQuote && c == '"')) {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (c == '\n') {
+      out += "\\n";
+    } else if (c == '\t') {
+      out += "\\t";
+    } else if (c == '\r') {
+      out += "\\r";
+    } else if (c < 0x20 || c == 0x7F || length == 0) {
+      out += "\\x";
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
+    } else {
+      out += static_cast<char>(c);
+    }
+    ++i;
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) { return escaped(text, false); }
+
+std::string quotedText(std::string_view text) { return "\"" + escaped(text, true) + "\""; }
 
 }  // namespace vantor::cli

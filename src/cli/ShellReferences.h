@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantor {
@@ -28,6 +29,13 @@ std::string trackKindName(const MTrackEvent& track);
 // denominator a power of two from 1 to 128); false with a message in *error
 // for other text.
 bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error);
+// Text from a project (names, version strings) as it may be printed on a
+// terminal: control characters (C0, DEL and C1) as \n, \t, \r or \xHH /
+// \u0080..\u009F, bytes that are not UTF-8 as \xHH, and a backslash
+// doubled, so that no name can move the cursor, forge an output line or
+// send a terminal command. quotedText() also escapes '"' and adds the quotes.
+std::string printable(std::string_view text);
+std::string quotedText(std::string_view text);
 // Splits "a:b:c" at the colons.
 std::vector<std::string> splitReference(const std::string& text);
 

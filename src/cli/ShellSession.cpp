@@ -3,6 +3,7 @@
 #include <charconv>
 #include <ostream>
 
+#include "document/FAutoSaver.h"
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
 #include "model/markers/MTransport.h"
@@ -10,6 +11,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MEventContainer.h"
+#include "model/tree/MName.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
@@ -56,7 +58,7 @@ bool splitShellLine(std::string_view line, ShellArgs* words, std::string* error)
 }
 
 ShellSession::ShellSession(CliContext& context, PDocument& document, const FClock& clock)
-    : context_(context), document_(document), history_(clock) {
+    : context_(context), document_(document), clock_(clock), history_(clock) {
   addVerbs();
 }
 
@@ -107,12 +109,27 @@ bool ShellSession::execute(std::string_view line) {
   ShellArgs words;
   std::string error;
   if (!splitShellLine(line, &words, &error)) return fail(error);
-  if (words.empty() || words[0].front() == '#') return true;
+  if (words.empty() || (!words[0].empty() && words[0].front() == '#')) return true;
+  // Names are checked by the model's rule before any verb sees them; the
+  // rule suits every other word as well (positions and numbers are short
+  // ASCII).
+  for (const std::string& word : words) {
+    if (!isValidName(word, &error)) return fail(error);
+  }
   size_t used = 0;
   const ShellVerb* verb = match(words, &used);
   if (verb == nullptr) return fail("unknown command \"" + words[0] + "\" (type help for the list)");
   const ShellArgs args(words.begin() + static_cast<long>(used), words.end());
-  return verb->run(*this, args);
+  const bool ok = verb->run(*this, args);
+  idle();
+  return ok;
+}
+
+void ShellSession::idle() { (void)FAutoSavers::instance().runDue(clock_); }
+
+bool ShellSession::confirmIrreversible(const std::string& text) {
+  if (vantor::confirmIrreversible(context_.messages, text)) return true;
+  return fail(context_.messages.assumesYes() ? "not done" : "not done (a script allows it with --yes)");
 }
 
 bool ShellSession::fail(const std::string& message) {

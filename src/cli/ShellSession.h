@@ -59,7 +59,16 @@ class ShellSession {
 
   // Runs one line; empty lines and lines starting with '#' do nothing.
   // False when the line failed: its error was printed and nothing changed.
+  // After each line the automatic savers get their chance (idle()).
   bool execute(std::string_view line);
+  // Runs the automatic savers ("AutoSavers") with the session's clock: the
+  // document writes its automatic save when "Auto Save" is on and "Auto
+  // Save Interval" minutes have passed with changes.
+  void idle();
+  // `vantor edit` saves by itself when every line worked; its lines may not
+  // save on their own (a later failing line could not take that back).
+  void setSavesItself(bool savesItself) { savesItself_ = savesItself; }
+  bool savesItself() const { return savesItself_; }
   bool wantsQuit() const { return quit_; }
   // True once a line changed the project since it was opened or saved.
   bool hasUnsavedChanges() const;
@@ -77,6 +86,11 @@ class ShellSession {
   // command could not be performed.
   bool perform(FRef<MCommand> command, const std::string& description = {});
   void noteChange();
+  // Before an operation that cannot be undone: asks the user (text, then
+  // "Yes" or "No"). On a terminal that is a question; in a script the
+  // answer is "No" unless --yes was given. False (with an error) when the
+  // operation may not run.
+  bool confirmIrreversible(const std::string& text);
   void requestQuit() { quit_ = true; }
   const std::vector<ShellVerb>& verbs() const { return verbs_; }
 
@@ -98,11 +112,13 @@ class ShellSession {
 
   CliContext& context_;
   PDocument& document_;
+  const FClock& clock_;
   GUndoManager history_;
   std::vector<ShellVerb> verbs_;
   std::unique_ptr<MPosition> positions_;
   bool quit_ = false;
   bool changed_ = false;
+  bool savesItself_ = false;
 };
 
 // Splits a line into words: blanks separate, "double" or 'single' quotes

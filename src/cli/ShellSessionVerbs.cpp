@@ -1,5 +1,6 @@
 // Shell verbs on the session: help, undo, redo, history, save, quit.
 
+#include <filesystem>
 #include <ostream>
 
 #include "cli/ShellSession.h"
@@ -56,18 +57,45 @@ bool history(ShellSession& s, const ShellArgs&) {
   return true;
 }
 
+bool refuseInEdit(ShellSession& s, const char* verb) {
+  return s.fail(std::string(verb) + " is not used with edit, which saves the project when every line worked");
+}
+
 bool save(ShellSession& s, const ShellArgs& a) {
   if (!a.empty()) return s.fail("usage: save");
+  if (s.savesItself()) return refuseInEdit(s, "save");
   if (s.document().path().empty()) return s.fail("the project has no file yet: use save as PATH");
   if (!s.document().save()) return s.fail("the project was not saved");
   s.out() << "saved " << s.document().path() << '\n';
   return true;
 }
 
+// Saving over another file that exists destroys it: no undo brings it back.
+bool confirmReplacing(ShellSession& s, const std::string& path) {
+  std::error_code ec;
+  const std::filesystem::path target = std::filesystem::weakly_canonical(path, ec);
+  if (ec || !std::filesystem::is_regular_file(target, ec)) return true;
+  if (!s.document().path().empty() &&
+      std::filesystem::equivalent(target, std::filesystem::path(s.document().path()), ec)) {
+    return true;
+  }
+  return s.confirmIrreversible("The file \"" + path + "\" exists and will be replaced.\n" +
+                               std::string(kCannotUndoQuestion));
+}
+
 bool saveAs(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 1) return s.fail("usage: save as PATH");
+  if (s.savesItself()) return refuseInEdit(s, "save as");
+  if (!confirmReplacing(s, a[0])) return false;
   if (!s.document().save(a[0])) return s.fail("the project was not saved");
   s.out() << "saved " << s.document().path() << '\n';
+  return true;
+}
+
+bool saveBackup(ShellSession& s, const ShellArgs& a) {
+  if (!a.empty()) return s.fail("usage: save backup");
+  if (!s.document().saveBackup()) return s.fail("no backup was written");
+  s.out() << "saved backup " << PDocument::backupPathFor(s.document().path()) << '\n';
   return true;
 }
 
@@ -84,6 +112,8 @@ void addSessionVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"redo", "[COUNT]", "redo the last undone edit (or COUNT)", stepVerb(false)});
   verbs.push_back({"history", "", "show the undo and redo lists", history});
   verbs.push_back({"save as", "PATH", "save the project to another file, which becomes its file", saveAs});
+  verbs.push_back(
+      {"save backup", "", "write a backup beside the project file (FILE.bak); the project stays as it is", saveBackup});
   verbs.push_back({"save", "", "save the project to its file", save});
   verbs.push_back({"quit", "", "end the session (unsaved edits are lost)", quit});
   verbs.push_back({"exit", "", "end the session (unsaved edits are lost)", quit});

@@ -7,6 +7,7 @@
 #include "cli/ShellSession.h"
 #include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
+#include "model/markers/MTransportCommand.h"
 #include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoCommands.h"
@@ -94,8 +95,8 @@ bool setSignature(ShellSession& s, const ShellArgs& a) {
       makeRef<MTimeSignatureCommand>(FRef<MSignatureTrackNode>::share(&signatureNode(s)), position, values));
 }
 
-// The locators and the cycle switch belong to the transport, not to the
-// arrangement's content: they change at once and are not undone.
+// The locators and the cycle switch are edits with undo like any other
+// (model/markers/MTransportCommand.h).
 bool setLocators(ShellSession& s, const ShellArgs& a) {
   if (a.size() != 2) return s.fail("usage: locators LEFT RIGHT");
   auto left = s.position(a[0]);
@@ -103,10 +104,7 @@ bool setLocators(ShellSession& s, const ShellArgs& a) {
   auto right = s.position(a[1]);
   if (!right) return false;
   if (*right < *left) return s.fail("the right locator must not lie before the left one");
-  s.transport().setLeftLocator(*left);
-  s.transport().setRightLocator(*right);
-  s.noteChange();
-  return true;
+  return s.perform(MTransportCommand::locators(FRef<MTransport>::share(&s.transport()), *left, *right));
 }
 
 bool setCycle(ShellSession& s, const ShellArgs& a) {
@@ -115,11 +113,10 @@ bool setCycle(ShellSession& s, const ShellArgs& a) {
   if (!on) return false;
   // The marker track's controller owns the switch ("setCycle").
   const auto markers = makeRef<MMarkerEventController>();
-  const MPropertyEdit edit = markers->setTrackProperty(*s.project().getMarkerTrack(), "setCycle", *on,
-                                                       {&s.transport(), s.project().getTempoNode()});
+  MPropertyEdit edit = markers->setTrackProperty(*s.project().getMarkerTrack(), "setCycle", *on,
+                                                 {&s.transport(), s.project().getTempoNode()});
   if (!edit.ok()) return s.fail(edit.error);
-  s.noteChange();
-  return true;
+  return !edit.command || s.perform(std::move(edit.command));
 }
 
 }  // namespace

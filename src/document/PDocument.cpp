@@ -112,11 +112,15 @@ bool PDocument::readRoots(FStream& stream, Roots* roots) {
          readOptionalRoot(reader, kVersionRootName, &roots->version);
 }
 
-bool PDocument::open(const std::string& path) {
+bool PDocument::open(const std::string& path) { return readProject(path, true); }
+
+bool PDocument::openForReading(const std::string& path) { return readProject(path, false); }
+
+bool PDocument::readProject(const std::string& path, bool editing) {
   showProgress(kReadingProjectFile);
   FFileStream file;
   if (!file.open(path, FFileStream::Mode::kRead)) {
-    messages_.report(FUserMessages::Severity::kError, formatMessage(kCannotOpenProject, {path}));
+    messages_.report(FUserMessages::Severity::kError, cannotOpenMessage(path, file.lastError()));
     return false;
   }
   Roots roots;
@@ -137,8 +141,28 @@ bool PDocument::open(const std::string& path) {
   modified_ = false;
   changedSinceAutoSave_ = false;
   autoSaveBase_.reset();
-  checkWorkingDirectory();
+  checkWorkingDirectory(editing);
   return true;
+}
+
+std::string PDocument::cannotOpenMessage(const std::string& path, const std::string& streamError) {
+  const size_t colon = streamError.find(": ");
+  return formatMessage(kCannotOpenProject, {path}) + "\n" +
+         (colon == std::string::npos ? streamError : streamError.substr(colon + 2));
+}
+
+bool PDocument::lockForEditing(const std::string& path) {
+  const std::string target = PSafeFile::resolveLink(absolutePath(path));
+  std::string error;
+  switch (lock_.acquire(target, &error)) {
+    case PProjectLock::Result::kAcquired:
+    case PProjectLock::Result::kUnavailable:
+      return true;
+    case PProjectLock::Result::kBusy:
+      break;
+  }
+  messages_.report(FUserMessages::Severity::kError, formatMessage(kProjectInUse, {path}));
+  return false;
 }
 
 // ---- Working directory ---------------------------------------------------
@@ -175,7 +199,7 @@ bool PDocument::chooseWorkingDirectory() {
 // A project remembers the folder it was saved in. When the file now lies
 // elsewhere, the user decides whether the project follows the file (its
 // relative material presumably moved with it) or keeps the old folder.
-void PDocument::checkWorkingDirectory() {
+void PDocument::checkWorkingDirectory(bool editing) {
   MProject* p = project();
   if (p == nullptr) return;
   // The folder the file really lies in, also when it was opened through a link.
@@ -186,6 +210,11 @@ void PDocument::checkWorkingDirectory() {
     return;
   }
   if (realPath(stored) == actual) return;
+  if (!editing) {
+    // Nothing will be saved, so the answer would not matter.
+    messages_.report(FUserMessages::Severity::kWarning, formatMessage(kProjectMovedNote, {stored}));
+    return;
+  }
   const int answer =
       messages_.ask(formatMessage(kProjectMoved, {path_, actual, stored}), {"New (1)", "Old (2)"}, kUseNewDirectory);
   if (answer != kUseNewDirectory) return;
@@ -278,6 +307,11 @@ bool PDocument::writeProject(std::string target) {
       oldDirectory.empty() || (!path_.empty() && realPath(oldDirectory) == realPath(PSafeFile::folderOf(path_)));
   if (p != nullptr && follows) p->setWorkingDirectory(realPath(PSafeFile::folderOf(target)));
 
+  PProjectLock writeLock;
+  if (!lockTarget(target, &writeLock)) {
+    if (p != nullptr) p->setWorkingDirectory(oldDirectory);
+    return false;
+  }
   std::string written;
   std::string error;
   if (!writeBeside(target, &written, &error)) {
@@ -289,7 +323,30 @@ bool PDocument::writeProject(std::string target) {
     messages_.report(FUserMessages::Severity::kWarning, formatMessage(kStoredAsNewFile, {written}));
   }
   adoptSavedPath(written);
+  keepLockOn(written, &writeLock);
   return true;
+}
+
+// The target's lock is held while it is written, unless this document holds
+// it already: a project another session has open is never written over.
+bool PDocument::lockTarget(const std::string& target, PProjectLock* writeLock) {
+  if (lock_.isHeld() && lock_.projectPath() == target) return true;
+  std::string error;
+  if (writeLock->acquire(target, &error) != PProjectLock::Result::kBusy) return true;
+  messages_.report(FUserMessages::Severity::kError, formatMessage(kProjectInUse, {target}));
+  return false;
+}
+
+// A document that holds its project's lock keeps holding the lock of the
+// file it now belongs to.
+void PDocument::keepLockOn(const std::string& written, PProjectLock* writeLock) {
+  if (!lock_.isHeld() || lock_.projectPath() == written) return;
+  if (writeLock->isHeld() && writeLock->projectPath() == written) {
+    lock_.swap(*writeLock);
+    return;
+  }
+  std::string error;
+  (void)lock_.acquire(written, &error);
 }
 
 void PDocument::adoptSavedPath(const std::string& path) {
@@ -305,6 +362,10 @@ void PDocument::adoptSavedPath(const std::string& path) {
 
 bool PDocument::save(const std::string& requested) {
   std::string target = PSafeFile::resolveLink(absolutePath(requested));
+  if (PSafeFile::isSpecial(target)) {
+    messages_.report(FUserMessages::Severity::kError, formatMessage(kNotAProjectTarget, {requested}));
+    return false;
+  }
   if (PSafeFile::exists(target) && !PSafeFile::isDirectory(target) && PSafeFile::isReadOnly(target)) {
     const int choice = messages_.ask(kProjectReadOnly, {"Overwrite", "New File", "Cancel"}, kCancel);
     if (choice == kNewFile) {

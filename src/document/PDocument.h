@@ -20,7 +20,9 @@
 // there): the backup "song.vpr.bak" (file type "BAK "), replaced by every
 // "Save Backup..."; the automatic save "song.autosave.vpr", removed by the
 // next successful save; and, when "song.vpr" cannot be replaced, the first
-// free name of "song-1.vpr", "song-2.vpr", ...
+// free name of "song-1.vpr", "song-2.vpr", ...; while a session edits it,
+// the lock file ".song.vpr.lock" (document/PProjectLock.h); and for a moment
+// during each write, a temporary ".song.vpr.XXXXXX.tmp".
 
 #include <cstdint>
 #include <functional>
@@ -31,6 +33,7 @@
 #include "document/FAutoSaver.h"
 #include "document/PAppVersion.h"
 #include "document/PDocumentMessages.h"
+#include "document/PProjectLock.h"
 #include "foundation/FRef.h"
 #include "foundation/FUserMessages.h"
 
@@ -82,11 +85,28 @@ class PDocument : public FAutoSaver {
   // chooser, keeps the old folder. A project without a remembered folder
   // takes the file's without asking.
   [[nodiscard]] bool open(const std::string& path);
+  // Reads the project file at path for looking only (it will not be saved):
+  // as open(), but a moved project asks nothing; one short note
+  // (kProjectMovedNote) tells where its working directory was, and the
+  // document keeps the remembered folder, unmodified.
+  [[nodiscard]] bool openForReading(const std::string& path);
+  // Takes the project lock of the file at path (document/PProjectLock.h)
+  // before it is opened for editing, so that no other session or edit
+  // writes it while this document has it. A file held elsewhere is refused
+  // with kProjectInUse. Where no lock file can be made (a read-only folder,
+  // where no save can succeed either) the project is edited without one.
+  // The lock is kept until the document is destroyed, and moves with the
+  // project to the file a save writes.
+  [[nodiscard]] bool lockForEditing(const std::string& path);
   // Writes the project to path, which becomes the document's path. A
   // read-only file (no write bit) asks kProjectReadOnly first: "Overwrite"
   // replaces it (it stays read-only), "New File" writes newFilePathFor(path),
   // "Cancel" (the default) does nothing. When an existing path cannot be
   // replaced, the project goes to newFilePathFor(path) with kStoredAsNewFile.
+  // A path that is a device, a FIFO or a socket (or a link to one) is refused
+  // (kNotAProjectTarget); a link whose target is missing is followed. The
+  // write holds the target's project lock: a target another session has
+  // open is refused (kProjectInUse).
   // A working directory that followed the file (it was the old file's
   // folder, or none) moves to the new file's folder. False when the user
   // cancelled or the write failed (kCannotWriteProject + kPreviousVersionKept;
@@ -107,6 +127,11 @@ class PDocument : public FAutoSaver {
   // the state. A failed automatic save warns (kAutoSaveFailed) and is tried
   // again an interval later.
   bool autoSaveIfDue(const FClock& clock) override;
+
+  // kCannotOpenProject for path, with the system's reason on a second line
+  // ("No such file or directory", "Is a directory", "Permission denied")
+  // taken from a stream error such as "open: Is a directory".
+  static std::string cannotOpenMessage(const std::string& path, const std::string& streamError);
 
   static std::string backupPathFor(const std::string& projectPath);
   static std::string autoSavePathFor(const std::string& projectPath);
@@ -145,10 +170,13 @@ class PDocument : public FAutoSaver {
  private:
   struct Roots;
   [[nodiscard]] static bool readRoots(FStream& stream, Roots* roots);
+  [[nodiscard]] bool readProject(const std::string& path, bool editing);
   [[nodiscard]] bool writeProject(std::string target);
+  [[nodiscard]] bool lockTarget(const std::string& target, PProjectLock* writeLock);
+  void keepLockOn(const std::string& written, PProjectLock* writeLock);
   [[nodiscard]] bool writeBeside(const std::string& target, std::string* written, std::string* error);
   void adoptSavedPath(const std::string& path);
-  void checkWorkingDirectory();
+  void checkWorkingDirectory(bool editing);
   bool chooseWorkingDirectory();
   void reportSaveFailure(const std::string& target, const std::string& error);
   void recordAutoSaveState(const std::string& autoSavePath);
@@ -165,6 +193,7 @@ class PDocument : public FAutoSaver {
   bool modified_ = false;
   bool changedSinceAutoSave_ = false;
   std::optional<int64_t> autoSaveBase_;  // clock time the interval counts from
+  PProjectLock lock_;
   DirectoryChooser chooser_;
   ProgressHandler progress_;
 };

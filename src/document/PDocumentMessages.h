@@ -32,6 +32,15 @@ inline constexpr std::string_view kCannotWriteProject = "Can not write project f
 inline constexpr std::string_view kBackupNeedsFile =
     "The project has not been saved yet!\nSave it before making a backup.";
 inline constexpr std::string_view kAutoSaveFailed = "The project could not be saved automatically to \"%s\" !\n%s";
+// A file another session holds open for writing (its path), a save target
+// that is no file (path), and the note on a moved project opened only for
+// reading (the remembered working directory).
+inline constexpr std::string_view kProjectInUse =
+    "The project file \"%s\" is open in another session!\nIt can not be written until that session ends.";
+inline constexpr std::string_view kNotAProjectTarget =
+    "Can not write project file \"%s\" !\nIt is not a regular file (a device, a pipe or a socket).";
+inline constexpr std::string_view kProjectMovedNote =
+    "Note: the project file has been moved; its working directory is still \"%s\".";
 inline constexpr std::string_view kNewerVersion =
     "This project was saved by a newer version of the program (%s, %s)!\n"
     "Parts of it may be missing or read incorrectly.";

@@ -86,6 +86,14 @@ std::optional<PPreferences::Setting> PPreferences::declared(std::string_view key
   return std::nullopt;
 }
 
+std::vector<std::string> PPreferences::declaredKeys() {
+  Declarations& d = declarations();
+  std::lock_guard lock(d.mutex);
+  std::vector<std::string> keys;
+  for (const Setting& s : d.settings) keys.push_back(s.key);
+  return keys;
+}
+
 std::string PPreferences::defaultPath() {
   const char* config = std::getenv("XDG_CONFIG_HOME");
   std::filesystem::path base;

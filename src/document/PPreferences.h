@@ -47,6 +47,8 @@ class PPreferences {
   // their initialisers. A second declaration of a key replaces the first.
   static void declare(Setting setting);
   static std::optional<Setting> declared(std::string_view key);
+  // The keys of every declared setting, in the order of declaration.
+  static std::vector<std::string> declaredKeys();
 
   // Every declared setting at its default; bound to no file.
   PPreferences() = default;

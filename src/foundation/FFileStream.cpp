@@ -69,6 +69,22 @@ bool FFileStream::open(const std::string& path, Mode mode) {
   return true;
 }
 
+bool FFileStream::adoptForWriting(int fd) {
+  (void)close();
+  failed_ = false;
+  lastError_.clear();
+  mode_ = Mode::kWrite;
+  position_ = 0;
+  buffer_.clear();
+  if (fd < 0) return false;
+  fd_ = fd;
+  buffer_.reserve(kWriteBuffer);
+  bufferStart_ = 0;
+  fileSize_ = 0;
+  opened_ = true;
+  return true;
+}
+
 bool FFileStream::flush() {
   if (mode_ != Mode::kWrite || fd_ < 0 || buffer_.empty()) return !failed_;
   size_t done = 0;

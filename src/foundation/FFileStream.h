@@ -20,6 +20,10 @@ class FFileStream : public FStream {
   // Opens path; for kWrite the file is created or truncated. False leaves
   // the stream closed, with errno-style detail in lastError().
   [[nodiscard]] bool open(const std::string& path, Mode mode);
+  // Writes to fd, a new empty file opened for writing (as mkstemp gives
+  // one); the stream owns it from now on and close() closes it. False (fd
+  // closed) for a negative fd.
+  [[nodiscard]] bool adoptForWriting(int fd);
   // Flushes, optionally fsyncs (sync = true) and closes. False when any
   // write, the flush or the sync failed.
   [[nodiscard]] bool close(bool sync = false);

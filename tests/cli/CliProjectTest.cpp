@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <random>
 #include <set>
 
 #include "CliTestSupport.h"
@@ -53,17 +54,22 @@ TEST(CliProject, NewInfoAndTimeAgreeOnTheTempoMap) {
     EXPECT_NEAR(t["seconds"].get<double>(), c.seconds, 1e-6) << c.text;
   }
   const auto bad = runVantor({"time", file, "-5"});
-  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.status, 2);  // a malformed argument
   EXPECT_FALSE(bad.err.empty());
 }
 
 TEST(CliProject, FilesThatCannotBeReadGiveTheSystemsMessages) {
   TempFolder dir;
   const std::string missing = (dir / "missing.vpr").string();
+  // The first line in the system's words, the reason on the second.
   for (const char* verb : {"info", "dump", "shell"}) {
     const auto r = runVantor({verb, missing});
     EXPECT_EQ(r.status, 1) << verb;
-    EXPECT_NE(r.err.find("Can not open project file \"" + missing + "\" !"), std::string::npos) << verb << r.err;
+    EXPECT_NE(r.err.find("Can not open project file \"" + missing + "\" !\nNo such file or directory"),
+              std::string::npos)
+        << verb << r.err;
+    const auto folder = runVantor({verb, dir.path().string()});
+    EXPECT_NE(folder.err.find("\" !\nIs a directory"), std::string::npos) << verb << folder.err;
   }
   const std::string junk = (dir / "junk.vpr").string();
   std::ofstream(junk) << "RIFF not a project at all";
@@ -83,9 +89,31 @@ TEST(CliProject, FilesThatCannotBeReadGiveTheSystemsMessages) {
 }
 
 TEST(CliProject, UsageErrorsExitWithTwoAndHelpWithZero) {
-  EXPECT_EQ(runVantor({}).status, 2);
-  EXPECT_EQ(runVantor({"no-such-command"}).status, 2);
-  EXPECT_EQ(runVantor({"info"}).status, 2);
+  TempFolder dir;
+  const std::string file = (dir / "u.vpr").string();
+  ASSERT_EQ(runVantor({"new", file}).status, 0);
+  const struct {
+    std::vector<std::string> args;
+    const char* message;
+  } cases[] = {
+      {{}, "a subcommand is required; the subcommands are: dump, classes, new, info, time, demo, shell, edit"},
+      {{"bogus"}, "unknown subcommand \"bogus\"; the subcommands are: dump, classes, new, info"},
+      {{"-v", "--pref", "Auto Save=on", "bogus", file}, "unknown subcommand \"bogus\""},
+      {{"info"}, "FILE is required"},
+      {{"--pref", "Bogus=1", "info", file}, "unknown setting \"Bogus\"; the settings are: Maximum Undo, Auto Save"},
+      {{"--pref", "Maximum Undo=lots", "info", file}, "bad setting \"Maximum Undo=lots\""},
+      {{"new", (dir / "n.vpr").string(), "--tempo", "fast"}, "bad tempo \"fast\""},
+      {{"new", (dir / "n.vpr").string(), "--tempo", "5000"}, "the tempo must lie between"},
+      {{"new", (dir / "n.vpr").string(), "--signature", "3/0"}, ""},
+      {{"time", file, "bar five"}, ""},
+      {{"info", file, "--bogus"}, "--bogus"},
+  };
+  for (const auto& c : cases) {
+    const auto r = runVantor(c.args);
+    EXPECT_EQ(r.status, 2) << c.message << r.err;
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / "n.vpr"));
   for (const char* verb : {"dump", "new", "info", "time", "shell", "edit", "demo", "classes"}) {
     const auto r = runVantor({verb, "--help"});
     EXPECT_EQ(r.status, 0) << verb;
@@ -113,6 +141,12 @@ TEST(CliProject, DemoBuildsSavesAndShowsItsProject) {
   const std::string file = (dir / "demo.vpr").string();
   const auto r = runVantor({"demo", file});
   ASSERT_EQ(r.status, 0) << r.err;
+  // Like new, it replaces a file only when forced.
+  const std::string before = test::slurp(file);
+  const auto again = runVantor({"demo", file});
+  EXPECT_EQ(again.status, 1);
+  EXPECT_NE(again.err.find("already exists (use --force to replace it)"), std::string::npos);
+  EXPECT_EQ(runVantor({"demo", file, "--force"}).status, 0);
   EXPECT_NE(r.out.find("\"Bass\""), std::string::npos);
   const json j = json::parse(runVantor({"info", file, "--json"}).out);
   EXPECT_EQ(j["tracks"].size(), 4u);
@@ -143,6 +177,46 @@ TEST(CliProject, DumpShowsRootsClassTablesAndRecords) {
   EXPECT_NE(r.out.find("\"reference\""), std::string::npos);
   const auto text = runVantor({"dump", file});
   EXPECT_NE(text.out.find("Root \"Arrangement1\" PArrangement"), std::string::npos);
+}
+
+// Names from files are any bytes: JSON shows what is not UTF-8 as U+FFFD,
+// text output escapes it, and damaged files end in a message, never abort.
+TEST(CliProject, DamagedNamesAndFilesNeverAbort) {
+  TempFolder dir;
+  const std::string file = (dir / "n.vpr").string();
+  ASSERT_EQ(runVantor({"demo", file}).status, 0);
+  ASSERT_EQ(runVantor({"edit", file, "-e", "track rename 1 QQbad"}).status, 0);
+  std::string bytes = test::slurp(file);
+  const size_t at = bytes.find("QQbad");
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, 2, "\xFF\xFE");  // same length: the archive stays whole
+  std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
+  const auto j = runVantor({"info", file, "--json"});
+  ASSERT_EQ(j.status, 0) << j.err;
+  EXPECT_EQ(json::parse(j.out)["tracks"][0]["name"], "\uFFFD\uFFFDbad");
+  const auto text = runVantor({"info", file});
+  ASSERT_EQ(text.status, 0);
+  EXPECT_NE(text.out.find("\"\\xFF\\xFEbad\""), std::string::npos) << text.out;
+
+  std::mt19937 random(7);
+  for (int i = 0; i < 150; ++i) {
+    std::string mutant = bytes;
+    for (int k = 0; k < 4; ++k) {
+      mutant[random() % mutant.size()] = static_cast<char>(random());
+    }
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << mutant;
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"info", file, "--json"}, {"info", file}, {"dump", file}}) {
+      const auto r = runVantor(args);
+      ASSERT_TRUE(r.status == 0 || r.status == 1) << i << " " << args[0] << " " << r.status << r.err;
+      if (r.status == 0 && args.size() == 3) {
+        EXPECT_TRUE(json::accept(r.out)) << i;
+      }
+      if (r.status == 1) {
+        EXPECT_FALSE(r.err.empty()) << i;
+      }
+    }
+  }
 }
 
 }  // namespace

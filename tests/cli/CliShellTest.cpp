@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <nlohmann/json.hpp>
+
+#include <filesystem>
 
 #include "CliTestSupport.h"
 
@@ -75,6 +79,7 @@ TEST(CliShell, UndoingEveryEditGivesBackTheOriginalBytes) {
       "tempo 2.1.1.0 90 ramp\ntempo type 2.1.1.0 jump\nsignature 3.1.1.0 7/8\n"
       "marker add 2.1.1.0 Chorus\nmarker add 4.1.1.0 Bridge 6.1.1.0\nmarker id 1 2\nmarker rename 2 Refrain\n"
       "marker move 1 5.1.1.0\nmarker remove 2\ntrack remove 3\n"
+      "locators 2.1.1.0 3.1.1.0\ncycle on\nlocators 1.1.1.0 9.1.1.0\n"
       "undo 1000\nsave\n";
   const auto r = runVantor({"shell", file}, script);
   EXPECT_EQ(r.status, 1) << r.err;  // "size 1:1 start" fails on the locked part
@@ -88,8 +93,16 @@ TEST(CliShell, EditSavesOnlyWhenEveryLineSucceeds) {
   const std::string before = slurp(file);
   const auto failed = runVantor({"edit", file, "-e", "track add midi X", "-e", "part add 7 1 2"});
   EXPECT_EQ(failed.status, 1);
-  EXPECT_NE(failed.err.find("nothing was saved"), std::string::npos);
+  EXPECT_NE(failed.err.find("the project was not saved: \"part add 7 1 2\" failed"), std::string::npos);
   EXPECT_EQ(slurp(file), before);
+  // Edit saves by itself: a line may not save before a later one fails.
+  for (const char* save : {"save", "save as other.vpr"}) {
+    const auto r = runVantor({"edit", file, "-e", "track add midi X", "-e", save, "-e", "part add 7 1 2"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("is not used with edit"), std::string::npos) << r.err;
+    EXPECT_EQ(slurp(file), before);
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / "other.vpr"));
 
   const auto ok = runVantor({"edit", file, "-e", "track add midi X", "-e", "part add 1 1.1.1.0 2.1.1.0 P"});
   ASSERT_EQ(ok.status, 0) << ok.err;
@@ -182,6 +195,113 @@ TEST(CliShell, ALockedPartRefusesARenameThroughTheShell) {
             std::string::npos)
       << r.out;
   EXPECT_EQ(r.out.find("Intro"), std::string::npos) << r.out;
+}
+
+// Names: one rule for every verb that names something; what a name holds
+// never reaches the terminal raw.
+TEST(CliShell, NamesAreCheckedAndPrintedEscaped) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string longest(1024, 'n');
+  std::string script = "track add midi ok\n";
+  const std::string refused[] = {
+      std::string("track add midi \"a\0b\"\n", 21), "track rename 1 " + std::string(1025, 'n') + "\n",
+      "marker add 1.1.1.0 \"\xFF\xFE bad\"\n",
+      "part add 1 1.1.1.0 2.1.1.0 \"\xC0\xAF\"\n",  // an overlong '/'
+  };
+  for (const std::string& line : refused) script += line;
+  script += "track rename 1 " + std::string(3 << 20, 'n') + "\n";  // 3 MB: refused whole
+  script += "track rename 1 " + longest + "\nsave\n";
+  const auto r = runVantor({"shell", file}, script);
+  EXPECT_EQ(r.status, 1);
+  for (const char* why : {"a name may not hold a NUL character", "a name may be at most 1024 bytes long",
+                          "a name must be UTF-8 text", "the line is longer than 1048576 bytes"}) {
+    EXPECT_NE(r.err.find(std::string("error: ") + why), std::string::npos) << why << r.err;
+  }
+  const json j = info(file);
+  ASSERT_EQ(j["tracks"].size(), 1u);
+  EXPECT_EQ(j["tracks"][0]["name"], longest);
+  EXPECT_TRUE(j["markers"].empty());
+
+  // A name with a line break and terminal escapes cannot forge a line.
+  const std::string forged = "x\n2  MIDI  \"forged\"\x1B[2J\xC2\x9B";
+  ASSERT_EQ(runVantor({"edit", file, "-e", "track rename 1 '" + forged + "'"}).status, 0);
+  EXPECT_EQ(info(file)["tracks"][0]["name"], forged);
+  const std::string shown = "\"x\\n2  MIDI  \\\"forged\\\"\\x1B[2J\\u009B\"";
+  const auto listed = runVantor({"shell", file}, "tracks\n");
+  EXPECT_EQ(listed.out, "1  MIDI  " + shown + "  0 parts\n");
+  const auto text = runVantor({"info", file});
+  EXPECT_NE(text.out.find("1. MIDI " + shown + ", 0 parts\n"), std::string::npos) << text.out;
+}
+
+TEST(CliShell, SaveAsRefusesDevicesAndAsksBeforeReplacingAnotherFile) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string other = newProject(dir, "other.vpr");
+  const std::string original = slurp(other);
+  const std::string fifo = (dir / "pipe").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+  const auto r = runVantor({"shell", file}, "track add midi A\nsave as " + fifo + "\nsave as " + other + "\n");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("It is not a regular file"), std::string::npos) << r.err;
+  EXPECT_TRUE(std::filesystem::is_fifo(fifo));
+  // A script is refused what cannot be undone unless --yes is given.
+  EXPECT_NE(r.err.find("exists and will be replaced.\nAre you sure? You can not undo this!\n(answered: No)"),
+            std::string::npos)
+      << r.err;
+  EXPECT_NE(r.err.find("error: not done (a script allows it with --yes)"), std::string::npos) << r.err;
+  EXPECT_EQ(slurp(other), original);
+  const auto yes = runVantor({"--yes", "shell", file}, "track add midi A\nsave as " + other + "\n");
+  EXPECT_EQ(yes.status, 0) << yes.err;
+  EXPECT_EQ(info(other)["tracks"].size(), 1u);
+}
+
+TEST(CliShell, ReadingAMovedProjectOnlyNotesIt) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  std::filesystem::create_directory(dir / "moved");
+  const std::string moved = (dir / "moved" / "s.vpr").string();
+  std::filesystem::copy_file(file, moved);
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"info", moved}, {"time", moved, "2.1.1.0"}, {"info", moved, "--json"}}) {
+    const auto r = runVantor(args);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "Note: the project file has been moved; its working directory is still \"" +
+                         std::filesystem::weakly_canonical(dir.path()).string() + "\".\n");
+  }
+  // A session that will save asks (a script takes the default).
+  const auto edit = runVantor({"shell", moved}, "quit\n");
+  EXPECT_NE(edit.err.find("The project file has been moved!\nPlease confirm"), std::string::npos) << edit.err;
+}
+
+// Two writers of one project at once: the second is refused while the first
+// has the project open, and the file is always a complete project.
+TEST(CliShell, ConcurrentEditsNeverDamageTheProject) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  const std::string vantor = test::quoteArgument(VANTOR_BINARY);
+  const std::string quotedFile = test::quoteArgument(file);
+  for (int round = 0; round < 12; ++round) {
+    ASSERT_EQ(runVantor({"new", file, "--force"}).status, 0);
+    const std::string outA = (dir / "a.err").string();
+    const std::string outB = (dir / "b.err").string();
+    const std::string command = "(" + vantor + " edit " + quotedFile + " -e 'track add midi A' 2>" + outA +
+                                "; echo $? >>" + outA + ") & (" + vantor + " edit " + quotedFile +
+                                " -e 'track add audio B' 2>" + outB + "; echo $? >>" + outB + ") & wait";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    const json project = info(file);
+    std::vector<std::string> names;
+    for (const json& t : project["tracks"]) names.push_back(t["name"].get<std::string>());
+    using Names = std::vector<std::string>;
+    const Names a{"A"}, b{"B"}, ab{"A", "B"}, ba{"B", "A"};
+    EXPECT_TRUE(names == a || names == b || names == ab || names == ba) << round << " " << names.size();
+    for (const std::string& err : {slurp(outA), slurp(outB)}) {
+      if (err == "0\n") continue;
+      EXPECT_EQ(err, "The project file \"" + file +
+                         "\" is open in another session!\nIt can not be written until that session ends.\n1\n");
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / ".s.vpr.lock"));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "document/PSafeFile.h"
 #include "foundation/FMemoryStream.h"
 #include "foundation/FObjectArchive.h"
 #include "foundation/FRef.h"
@@ -70,6 +71,24 @@ inline unsigned modeOf(const std::string& path) {
   struct stat info {};
   return ::stat(path.c_str(), &info) == 0 ? (info.st_mode & 07777) : 0;
 }
+
+// True when a temporary file of target's was left in its folder.
+inline bool temporaryLeftFor(const std::string& target) {
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(PSafeFile::folderOf(target), ec)) {
+    if (PSafeFile::isTemporaryOf(entry.path().filename().string(), target)) return true;
+  }
+  return false;
+}
+
+// Makes every temporary file fail with an errno value while it lives.
+class TemporaryFailure {
+ public:
+  explicit TemporaryFailure(int error) { PSafeFile::failTemporariesWith(error); }
+  ~TemporaryFailure() { PSafeFile::failTemporariesWith(0); }
+  TemporaryFailure(const TemporaryFailure&) = delete;
+  TemporaryFailure& operator=(const TemporaryFailure&) = delete;
+};
 
 // Replaces every occurrence of from by to (of the same length); returns how
 // many were replaced.

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "PDocumentTestSupport.h"
 #include "document/PSafeFile.h"
 
@@ -131,17 +133,18 @@ TEST_F(PDocumentAutoSave, AFailedAutomaticSaveWarnsAndTriesAgainNextInterval) {
   doc.setProgressHandler([](std::string_view) {});
   ASSERT_TRUE(doc.open(path));
   doc.markModified();
-  std::filesystem::create_directory(dir.file(".song.autosave.vpr.tmp"));
   FManualClock clock(0);
   EXPECT_FALSE(doc.autoSaveIfDue(clock));
   clock.advance(5 * kMinute);
   messages.clear();
-  EXPECT_FALSE(doc.autoSaveIfDue(clock));
+  {
+    test::TemporaryFailure full(ENOSPC);
+    EXPECT_FALSE(doc.autoSaveIfDue(clock));
+  }
   ASSERT_EQ(messages.messages().size(), 1u);
   EXPECT_EQ(messages.messages()[0].severity, FUserMessages::Severity::kWarning);
   EXPECT_EQ(messages.messages()[0].text, "The project could not be saved automatically to \"" +
-                                             dir.file("song.autosave.vpr") + "\" !\nopen: Is a directory");
-  std::filesystem::remove(dir.file(".song.autosave.vpr.tmp"));
+                                             dir.file("song.autosave.vpr") + "\" !\nopen: No space left on device");
   clock.advance(1);
   EXPECT_FALSE(doc.autoSaveIfDue(clock));
   clock.advance(5 * kMinute);

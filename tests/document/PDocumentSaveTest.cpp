@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <memory>
+
 #include "PDocumentTestSupport.h"
+#include "document/PProjectLock.h"
 #include "document/PSafeFile.h"
 
 namespace vantor {
@@ -25,20 +29,21 @@ TEST_F(PDocumentSave, AFailedWriteLeavesThePreviousFileByteForByte) {
   ASSERT_TRUE(doc.open(path));
   ASSERT_TRUE(doc.devices()->setSampleRate(96000));
   doc.markModified();
-  // A folder in the place of the temporary file: it cannot be created.
-  std::filesystem::create_directory(dir.file(".song.vpr.tmp"));
   messages.clear();
-  EXPECT_FALSE(doc.save());
+  {
+    // The disk is full: the temporary file cannot be made.
+    test::TemporaryFailure full(ENOSPC);
+    EXPECT_FALSE(doc.save());
+  }
   ASSERT_EQ(messages.messages().size(), 1u);
   EXPECT_EQ(messages.messages()[0].severity, Severity::kError);
   EXPECT_EQ(messages.messages()[0].text,
-            "Can not write project file \"" + path + "\" !\nopen: Is a directory" + kUnchanged);
+            "Can not write project file \"" + path + "\" !\nopen: No space left on device" + kUnchanged);
   EXPECT_EQ(test::readFile(path), before);
   EXPECT_TRUE(doc.isModified());
   EXPECT_EQ(doc.path(), path);
 
   // Once the obstacle is gone the same document saves.
-  std::filesystem::remove(dir.file(".song.vpr.tmp"));
   ASSERT_TRUE(doc.save());
   EXPECT_NE(test::readFile(path), before);
   EXPECT_FALSE(doc.isModified());
@@ -132,7 +137,7 @@ TEST_F(PDocumentSave, AProjectThatCannotBeReplacedIsStoredAsANewFile) {
   EXPECT_EQ(doc.path(), stored);
   EXPECT_FALSE(doc.isModified());
   EXPECT_TRUE(PSafeFile::isDirectory(path));
-  EXPECT_FALSE(PSafeFile::exists(dir.file(".song.vpr.tmp")));
+  EXPECT_FALSE(test::temporaryLeftFor(path));
   PDocument back(messages, prefs);
   ASSERT_TRUE(back.open(stored));
   EXPECT_EQ(back.project()->getTrackList()->count(), 1u);
@@ -186,14 +191,89 @@ TEST_F(PDocumentSave, BackupFailuresAreReported) {
   ASSERT_TRUE(doc.open(path));
   ASSERT_TRUE(doc.saveBackup());
   const Bytes backup = test::readFile(dir.file("song.vpr.bak"));
-  std::filesystem::create_directory(dir.file(".song.vpr.bak.tmp"));
   ASSERT_TRUE(doc.devices()->setSampleRate(32000));
   messages.clear();
-  EXPECT_FALSE(doc.saveBackup());
+  {
+    test::TemporaryFailure full(ENOSPC);
+    EXPECT_FALSE(doc.saveBackup());
+  }
   ASSERT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(messages.messages()[0].text,
-            "Can not write project file \"" + dir.file("song.vpr.bak") + "\" !\nopen: Is a directory" + kUnchanged);
+  EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
+                                             "\" !\nopen: No space left on device" + kUnchanged);
   EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
+}
+
+// A project open for editing in one document is refused to every other
+// writer, in this process or another (the lock is the system's flock).
+TEST_F(PDocumentSave, AProjectOpenForEditingIsRefusedToOtherWriters) {
+  const std::string path = savedProject("song.vpr");
+  const Bytes before = test::readFile(path);
+  const std::string inUse =
+      "The project file \"" + path + "\" is open in another session!\nIt can not be written until that session ends.";
+  // A lock file left by a program that crashed holds no lock.
+  test::writeText(PProjectLock::lockPathFor(path), "99999\n");
+  auto first = std::make_unique<PDocument>(messages, prefs);
+  first->setProgressHandler([](std::string_view) {});
+  ASSERT_TRUE(first->lockForEditing(path));
+  ASSERT_TRUE(first->open(path));
+  EXPECT_TRUE(PSafeFile::exists(PProjectLock::lockPathFor(path)));
+
+  PDocument second(messages, prefs);
+  second.setProgressHandler([](std::string_view) {});
+  messages.clear();
+  EXPECT_FALSE(second.lockForEditing(path));
+  ASSERT_TRUE(second.open(path));  // reading needs no lock
+  ASSERT_TRUE(second.devices()->setSampleRate(22050));
+  EXPECT_FALSE(second.save());
+  EXPECT_EQ(messages.messages().size(), 2u);
+  EXPECT_TRUE(messages.contains(inUse));
+  EXPECT_EQ(test::readFile(path), before);
+
+  // The holder saves; saving under another name takes the lock along.
+  ASSERT_TRUE(first->devices()->setSampleRate(48000));
+  ASSERT_TRUE(first->save());
+  const std::string other = dir.file("other.vpr");
+  ASSERT_TRUE(first->save(other));
+  EXPECT_FALSE(PSafeFile::exists(PProjectLock::lockPathFor(path)));
+  EXPECT_TRUE(PSafeFile::exists(PProjectLock::lockPathFor(other)));
+  EXPECT_TRUE(second.lockForEditing(path));
+  messages.clear();
+  EXPECT_FALSE(second.save(other));
+  EXPECT_TRUE(messages.contains("The project file \"" + other +
+                                "\" is open in another session!\nIt can not be written until that session ends."));
+  first.reset();
+  EXPECT_FALSE(PSafeFile::exists(PProjectLock::lockPathFor(other)));
+  EXPECT_TRUE(second.save(other));
+  EXPECT_TRUE(second.save(path));
+}
+
+TEST_F(PDocumentSave, DevicesAndPipesAreNeverReplacedAndDanglingLinksAreFollowed) {
+  PDocument doc(messages, prefs);
+  fill(doc);
+  const std::string fifo = dir.file("pipe");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+  const std::string link = dir.file("to-pipe.vpr");
+  ASSERT_EQ(::symlink(fifo.c_str(), link.c_str()), 0);
+  for (const std::string& target : {fifo, link, std::string("/dev/null")}) {
+    messages.clear();
+    EXPECT_FALSE(doc.save(target)) << target;
+    EXPECT_EQ(messages.messages().size(), 1u);
+    EXPECT_TRUE(messages.contains("Can not write project file \"" + target +
+                                  "\" !\nIt is not a regular file (a device, a pipe or a socket)."))
+        << target;
+  }
+  struct stat info {};
+  ASSERT_EQ(::stat(fifo.c_str(), &info), 0);
+  EXPECT_TRUE(S_ISFIFO(info.st_mode));
+  ASSERT_EQ(::stat("/dev/null", &info), 0);
+  EXPECT_TRUE(S_ISCHR(info.st_mode));
+
+  // A link to a file not yet there: the file is made, the link stays.
+  const std::string dangling = dir.file("later.vpr");
+  ASSERT_EQ(::symlink(dir.file("real.vpr").c_str(), dangling.c_str()), 0);
+  ASSERT_TRUE(doc.save(dangling));
+  EXPECT_TRUE(std::filesystem::is_symlink(dangling));
+  EXPECT_TRUE(std::filesystem::is_regular_file(dir.file("real.vpr")));
 }
 
 }  // namespace

@@ -160,12 +160,15 @@ TEST_F(PDocumentFile, OpeningShowsTheProgressText) {
 TEST_F(PDocumentFile, AFileThatCannotBeOpenedIsReportedAndTheDocumentKept) {
   PDocument doc(messages, prefs);
   doc.setProgressHandler([](std::string_view) {});
-  for (const std::string& path : {dir.file("missing.vpr"), dir.path()}) {
+  // The system's reason follows on a second line.
+  const std::pair<std::string, const char*> cases[] = {{dir.file("missing.vpr"), "No such file or directory"},
+                                                       {dir.path(), "Is a directory"}};
+  for (const auto& [path, reason] : cases) {
     messages.clear();
     EXPECT_FALSE(doc.open(path));
     ASSERT_EQ(messages.messages().size(), 1u);
     EXPECT_EQ(messages.messages()[0].severity, Severity::kError);
-    EXPECT_EQ(messages.messages()[0].text, "Can not open project file \"" + path + "\" !");
+    EXPECT_EQ(messages.messages()[0].text, "Can not open project file \"" + path + "\" !\n" + reason);
     EXPECT_EQ(doc.path(), "");
   }
 }

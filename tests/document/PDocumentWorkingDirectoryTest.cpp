@@ -53,6 +53,18 @@ TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) 
   EXPECT_TRUE(doc.isModified());
 }
 
+TEST_F(PDocumentWorkingDirectory, OpenedForReadingAMovedProjectOnlyGetsANote) {
+  PDocument doc(messages, prefs);
+  doc.setProgressHandler([](std::string_view) {});
+  ASSERT_TRUE(doc.openForReading(newPath));
+  EXPECT_TRUE(messages.questions().empty());
+  ASSERT_EQ(messages.messages().size(), 1u);
+  EXPECT_EQ(messages.messages()[0].text,
+            "Note: the project file has been moved; its working directory is still \"" + real(dir.file("old")) + "\".");
+  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
+  EXPECT_FALSE(doc.isModified());
+}
+
 TEST_F(PDocumentWorkingDirectory, TheOldFolderCanBeKept) {
   PDocument doc(messages, prefs);
   messages.queueAnswer(PDocument::kKeepOldDirectory);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include <cstdlib>
 #include <optional>
 #include <random>
@@ -201,9 +203,10 @@ TEST(PPreferences, FailedSaveLeavesThePreviousFile) {
   PPreferences prefs;
   ASSERT_TRUE(prefs.load(path));
   ASSERT_TRUE(prefs.setInt("Maximum Undo", 43));
-  // A folder where the temporary file would go makes the write fail.
-  std::filesystem::create_directory(dir.file(".preferences.tmp"));
-  EXPECT_FALSE(prefs.save());
+  {
+    test::TemporaryFailure full(ENOSPC);
+    EXPECT_FALSE(prefs.save());
+  }
   EXPECT_EQ(test::readText(path), "Maximum Undo = 42\n");
   EXPECT_FALSE(PPreferences().save());  // bound to no file
 }

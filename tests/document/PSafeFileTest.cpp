@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <thread>
+
 #include "DocumentTestSupport.h"
 
 namespace vantor {
@@ -17,9 +20,13 @@ PSafeFile::Writer textWriter(std::string text) {
   return [text](FStream& s) { return s.writeRaw(text.data(), static_cast<int64_t>(text.size())); };
 }
 
-TEST(PSafeFile, TemporaryFileLiesHiddenBesideTheTarget) {
-  EXPECT_EQ(PSafeFile::temporaryPathFor("/a/b/song.vpr"), "/a/b/.song.vpr.tmp");
-  EXPECT_EQ(PSafeFile::temporaryPathFor("song.vpr"), ".song.vpr.tmp");
+TEST(PSafeFile, TemporaryFilesLieHiddenBesideTheTarget) {
+  EXPECT_EQ(PSafeFile::temporaryPatternFor("/a/b/song.vpr"), "/a/b/.song.vpr.XXXXXX.tmp");
+  EXPECT_EQ(PSafeFile::temporaryPatternFor("song.vpr"), ".song.vpr.XXXXXX.tmp");
+  EXPECT_TRUE(PSafeFile::isTemporaryOf(".song.vpr.a1B2c3.tmp", "/a/song.vpr"));
+  for (const char* other : {".song.vpr.tmp", "song.vpr.a1B2c3.tmp", ".song.vpr.a1B2c3", ".sing.vpr.a1B2c3.tmp"}) {
+    EXPECT_FALSE(PSafeFile::isTemporaryOf(other, "/a/song.vpr")) << other;
+  }
   EXPECT_EQ(PSafeFile::folderOf("/a/b/song.vpr"), "/a/b");
   EXPECT_EQ(PSafeFile::folderOf("song.vpr"), ".");
 }
@@ -33,7 +40,13 @@ TEST(PSafeFile, WriteReplacesTheTargetKeepsItsModeAndLeavesNoTemporary) {
   ASSERT_TRUE(PSafeFile::write(target, textWriter("new"), &error)) << error;
   EXPECT_EQ(test::readText(target), "new");
   EXPECT_EQ(test::modeOf(target), 0640u);
-  EXPECT_FALSE(PSafeFile::exists(PSafeFile::temporaryPathFor(target)));
+  EXPECT_FALSE(test::temporaryLeftFor(target));
+  // A new file gets the usual mode of new files, not mkstemp's private one.
+  const mode_t mask = ::umask(022);
+  const std::string fresh = dir.file("fresh");
+  ASSERT_TRUE(PSafeFile::write(fresh, textWriter("x"), &error)) << error;
+  ::umask(mask);
+  EXPECT_EQ(test::modeOf(fresh), 0644u);
 }
 
 TEST(PSafeFile, EveryFailureLeavesTheTargetByteForByte) {
@@ -47,15 +60,19 @@ TEST(PSafeFile, EveryFailureLeavesTheTargetByteForByte) {
   EXPECT_FALSE(PSafeFile::write(
       target, [](FStream& s) { return s.writeRaw("partial", 7) && false; }, &error));
   EXPECT_EQ(test::readFile(target), before);
-  EXPECT_FALSE(PSafeFile::exists(PSafeFile::temporaryPathFor(target)));
+  EXPECT_FALSE(test::temporaryLeftFor(target));
 
   // The temporary file cannot be created.
-  std::filesystem::create_directory(PSafeFile::temporaryPathFor(target));
-  error.clear();
-  EXPECT_FALSE(PSafeFile::write(target, textWriter("new"), &error));
-  EXPECT_NE(error.find("Is a directory"), std::string::npos) << error;
+  {
+    test::TemporaryFailure full(ENOSPC);
+    error.clear();
+    EXPECT_FALSE(PSafeFile::write(target, textWriter("new"), &error));
+  }
+  EXPECT_EQ(error, "open: No space left on device");
   EXPECT_EQ(test::readFile(target), before);
-  std::filesystem::remove(PSafeFile::temporaryPathFor(target));
+  error.clear();
+  EXPECT_FALSE(PSafeFile::write(dir.file("no-folder/data"), textWriter("new"), &error));
+  EXPECT_EQ(error, "open: No such file or directory");
 
   // The rename fails: the target is a folder.
   const std::string folder = dir.file("folder");
@@ -63,19 +80,54 @@ TEST(PSafeFile, EveryFailureLeavesTheTargetByteForByte) {
   EXPECT_FALSE(PSafeFile::write(folder, textWriter("new"), &error));
   EXPECT_NE(error.find("rename"), std::string::npos) << error;
   EXPECT_TRUE(PSafeFile::isDirectory(folder));
-  EXPECT_FALSE(PSafeFile::exists(PSafeFile::temporaryPathFor(folder)));
+  EXPECT_FALSE(test::temporaryLeftFor(folder));
+
+  // A FIFO (or a device) is never replaced by a regular file.
+  const std::string fifo = dir.file("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+  EXPECT_TRUE(PSafeFile::isSpecial(fifo));
+  EXPECT_FALSE(PSafeFile::isSpecial(target));
+  EXPECT_FALSE(PSafeFile::write(fifo, textWriter("new"), &error));
+  EXPECT_NE(error.find("not a regular file"), std::string::npos) << error;
+  struct stat info {};
+  ASSERT_EQ(::lstat(fifo.c_str(), &info), 0);
+  EXPECT_TRUE(S_ISFIFO(info.st_mode));
+  EXPECT_FALSE(test::temporaryLeftFor(fifo));
 }
 
-TEST(PSafeFile, StaleTemporaryFileIsReplacedNotWrittenThrough) {
+// Writers that share a target never share a temporary file: whatever order
+// their steps interleave in, the target is always one writer's whole content.
+TEST(PSafeFile, WritersAtOnceLeaveOneCompleteVersion) {
   TempDir dir;
   const std::string target = dir.file("data");
-  const std::string victim = dir.file("victim");
-  test::writeText(victim, "untouched");
-  ASSERT_EQ(::symlink(victim.c_str(), PSafeFile::temporaryPathFor(target).c_str()), 0);
+  const std::string a(300000, 'a');
+  const std::string b(200000, 'b');
+  std::string first;
+  std::string second;
   std::string error;
-  ASSERT_TRUE(PSafeFile::write(target, textWriter("new"), &error)) << error;
-  EXPECT_EQ(test::readText(target), "new");
-  EXPECT_EQ(test::readText(victim), "untouched");
+  ASSERT_TRUE(PSafeFile::writeTemporary(target, textWriter(a), &first, &error));
+  ASSERT_TRUE(PSafeFile::writeTemporary(target, textWriter(b), &second, &error));
+  EXPECT_NE(first, second);
+  ASSERT_TRUE(PSafeFile::commit(second, target, &error));
+  EXPECT_EQ(test::readText(target), b);
+  ASSERT_TRUE(PSafeFile::commit(first, target, &error));
+  EXPECT_EQ(test::readText(target), a);
+
+  std::vector<std::thread> writers;
+  for (const std::string* content : {&a, &b}) {
+    writers.emplace_back([&target, content] {
+      for (int i = 0; i < 20; ++i) {
+        std::string threadError;
+        EXPECT_TRUE(PSafeFile::write(target, textWriter(*content), &threadError)) << threadError;
+      }
+    });
+  }
+  for (int i = 0; i < 40; ++i) {
+    const std::string now = test::readText(target);
+    EXPECT_TRUE(now == a || now == b) << now.size();
+  }
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_FALSE(test::temporaryLeftFor(target));
 }
 
 TEST(PSafeFile, SavingThroughALinkReplacesTheLinkedFile) {

@@ -6,6 +6,7 @@
 #include "model/tree/MAccessor.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MEventController.h"
+#include "model/tree/MName.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MTrackEvent.h"
 
@@ -155,6 +156,7 @@ std::string MRenameCommand::description() const {
 bool MRenameCommand::doPerform() {
   if (!event_) return false;
   std::string refusal = MEventController::refusalFor(*event_, MEventEdit::kRename);
+  if (refusal.empty()) (void)isValidName(name_, &refusal);
   if (!refusal.empty()) return refuse(std::move(refusal));
   return exchange();
 }

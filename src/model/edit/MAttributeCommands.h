@@ -116,7 +116,8 @@ class MEditLockCommand : public MCommand {
 // Renames an event through the controller of its class (a part's or a
 // track's name is its node's name, a marker's its own). The controller may
 // refuse (a locked part, a locator marker): the command fails with its
-// reason. It fails too when the event's node is read-only. "Rename Part"
+// reason. It fails too when the event's node is read-only or the name is
+// refused by isValidName (model/tree/MName.h). "Rename Part"
 // ("Rename Track", "Rename Marker"). Repeated renames of the same event
 // unite, so typing a name is one undo step.
 class MRenameCommand : public MExchangeCommand {

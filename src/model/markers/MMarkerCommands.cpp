@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "model/tree/MName.h"
+
 namespace vantor {
 
 VANTOR_DEFINE_CLASS(MMarkerIdCommand, MCommand, 0)
@@ -46,6 +48,7 @@ MMarkerRenameCommand::MMarkerRenameCommand(FRef<MMarkerEvent> marker, std::strin
 bool MMarkerRenameCommand::doPerform() {
   if (!marker_) return false;
   std::string refusal = MEventController::refusalFor(*marker_, MEventEdit::kRename);
+  if (refusal.empty()) (void)isValidName(name_, &refusal);
   if (!refusal.empty()) return refuse(std::move(refusal));
   return exchange();
 }

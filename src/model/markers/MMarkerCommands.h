@@ -45,7 +45,8 @@ class MMarkerIdCommand : public MCommand {
 };
 
 // Renames a plain or range marker ("Rename Marker"); the name of a locator
-// marker follows its ID and cannot be changed.
+// marker follows its ID and cannot be changed, and a name isValidName
+// refuses is not given.
 class MMarkerRenameCommand : public MExchangeCommand {
   VANTOR_CLASS(MMarkerRenameCommand)
  public:

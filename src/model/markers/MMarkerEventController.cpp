@@ -9,6 +9,7 @@
 #include "model/edit/MNodeCommands.h"
 #include "model/edit/MSizeCommand.h"
 #include "model/markers/MMarkerCommands.h"
+#include "model/markers/MTransportCommand.h"
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MEventContainer.h"
 
@@ -220,17 +221,14 @@ MPropertyEdit MMarkerEventController::setTrackProperty(MMarkerTrackEvent& track,
   if (name == "setCycle") {
     const auto* on = std::get_if<bool>(&value);
     if (on == nullptr) return refused("the cycle is on or off");
-    context.transport->setCycle(*on);
-    return {};
+    return run(MTransportCommand::cycle(FRef<MTransport>::share(context.transport), *on));
   }
   if (name == "locateMarker" || name == "setZoom") {
     const std::optional<int32_t> id = idOf(value);
     const MMarkerEvent* marker = id ? findMarkerByID(*node, *id) : nullptr;
     if (marker == nullptr) return refused("there is no marker with that ID");
     const auto [left, right] = spanOf(*node, *marker, name == "setZoom", context.tempo);
-    context.transport->setLeftLocator(left);
-    context.transport->setRightLocator(right);
-    return {};
+    return run(MTransportCommand::locators(FRef<MTransport>::share(context.transport), left, right));
   }
   if (name == "newCycleMarker") return run(locatorMarkersCommand(track, context));
   return refused("the marker track has no property \"" + std::string(name) + "\"");

@@ -3,9 +3,9 @@
 // that scripts and the command line read and set ("name", "start", "length"
 // of a marker; "name", "timeType", "locateMarker", "setCycle", "setZoom",
 // "newMarker", "newCycleMarker" of the marker track). Setting a property
-// that changes the tree gives a command to perform through the undo
-// history; properties of the transport (locators, cycle) change it at once,
-// as the transport is not part of the undone content.
+// gives a command to perform through the undo history, the locators and
+// the cycle switch included (MTransportCommand): they are saved with the
+// project, so they change as every other edit does.
 
 #include <array>
 #include <optional>
@@ -32,9 +32,8 @@ struct MMarkerTrackContext {
   MTempoTrackNode* tempo = nullptr;
 };
 
-// The outcome of setting a property: a command to perform (a change of the
-// tree), or none when the change was made at once or there was nothing to
-// change; error says why it was refused ("" when it was not).
+// The outcome of setting a property: a command to perform, or none when
+// there was nothing to change; error says why it was refused ("" when it was not).
 struct MPropertyEdit {
   FRef<MCommand> command;
   std::string error;

@@ -4,6 +4,7 @@
 #include "model/markers/MMarkerEvent.h"
 #include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
+#include "model/markers/MTransportCommand.h"
 #include "model/tree/MEventController.h"
 
 namespace vantor {
@@ -16,6 +17,7 @@ void registerMarkerClasses() {
   MMarkerIdCommand::classDescriptor();
   MMarkerRenameCommand::classDescriptor();
   MTransport::classDescriptor();
+  MTransportCommand::classDescriptor();
   // Markers and the marker track edit through their own controller; this
   // replaces the plain one the tree registered under the same keys (markers
   // register after it).

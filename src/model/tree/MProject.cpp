@@ -8,6 +8,7 @@
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MEventController.h"
+#include "model/tree/MName.h"
 #include "model/tree/MRoot.h"
 #include "model/tree/MVirtualGroup.h"
 
@@ -209,6 +210,7 @@ FRef<MRoot> MProject::createNew() {
 }
 
 FRef<MTrackEvent> MProject::createTrack(std::string_view kind, std::string name) {
+  if (!isValidName(name)) return nullptr;
   FRef<CmObject> object = MCategoryRegistry::instance().create(MCategoryRegistry::kTrackClass, kind);
   auto* track = dynamic_cast<MTrackEvent*>(object.get());
   if (track == nullptr || !track->ensureContent()) return nullptr;

@@ -100,7 +100,8 @@ class MProject : public MListNode {
   // signature node classes are not registered.
   static FRef<MRoot> createNew();
   // A new track event of a registered "Track Class" kind with its node and
-  // MTrack, named name; nullptr for an unknown kind.
+  // MTrack, named name; nullptr for an unknown kind or a name isValidName
+  // (model/tree/MName.h) refuses.
   static FRef<MTrackEvent> createTrack(std::string_view kind, std::string name);
 
   // The root event whose node this project is (not owned), or nullptr.

@@ -10,11 +10,13 @@
 #include "model/markers/MMarkerEvent.h"
 #include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
+#include "model/markers/MTransportCommand.h"
 #include "model/time/MTempoCommands.h"
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MArrayNode.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MProject.h"
+#include "model/tree/MName.h"
 #include "model/tree/MRoot.h"
 #include "model/undo/GUndoManager.h"
 
@@ -206,6 +208,40 @@ TEST_F(Marker, RenameUnitesAndLocatorMarkersKeepTheirNames) {
   EXPECT_FALSE(history.perform(makeRef<MMarkerRenameCommand>(FRef<MMarkerEvent>(left), "X")));
   left->setName("X");
   EXPECT_EQ(left->getName(), "Left Locator");
+  // Names the model refuses are never given, however the command was made.
+  clock.advance(1000);
+  EXPECT_FALSE(history.perform(makeRef<MMarkerRenameCommand>(a, std::string("a\0b", 3))));
+  EXPECT_FALSE(history.perform(makeRef<MMarkerRenameCommand>(a, std::string(kMaxNameBytes + 1, 'x'))));
+  EXPECT_EQ(a->getName(), "A");
+}
+
+// Locators and cycle are edits with undo; quick locator moves are one step.
+TEST_F(Marker, TransportCommandsUndoAndUniteLocatorMoves) {
+  FRef<MTransport> transport = makeRef<MTransport>();
+  FManualClock clock;
+  GUndoManager history(clock);
+  ASSERT_TRUE(history.perform(MTransportCommand::locators(transport, 1920, 3840)));
+  clock.advance(100);
+  ASSERT_TRUE(history.perform(MTransportCommand::locators(transport, 960, 7680)));
+  EXPECT_EQ(history.undoCount(), 1u);
+  EXPECT_EQ(history.undoText(), "Undo Set Locators");
+  clock.advance(100);
+  ASSERT_TRUE(history.perform(MTransportCommand::cycle(transport, true)));
+  EXPECT_EQ(history.undoText(), "Undo Cycle On");
+  EXPECT_FALSE(history.perform(MTransportCommand::locators(transport, 960, 480)));  // right before left
+  EXPECT_EQ(history.undoCount(), 2u);
+  EXPECT_TRUE(transport->isCycleOn());
+  EXPECT_EQ(transport->getLeftLocator(), 960);
+  ASSERT_TRUE(history.undo());
+  EXPECT_FALSE(transport->isCycleOn());
+  EXPECT_EQ(transport->getRightLocator(), 7680);
+  ASSERT_TRUE(history.undo());
+  EXPECT_EQ(transport->getLeftLocator(), MTransport::kDefaultLeft);
+  EXPECT_EQ(transport->getRightLocator(), MTransport::kDefaultRight);
+  ASSERT_TRUE(history.redo());
+  ASSERT_TRUE(history.redo());
+  EXPECT_EQ(transport->getLeftLocator(), 960);
+  EXPECT_TRUE(transport->isCycleOn());
 }
 
 TEST_F(Marker, InsertAndRemoveRunUnderMarkerActionNames) {
