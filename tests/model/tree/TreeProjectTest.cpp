@@ -29,6 +29,7 @@ class TreeProject : public ::testing::Test {
   void SetUp() override { treetest::initializeTreeTests(); }
 };
 
+// root saved and read back; the copy must save to the same bytes.
 FRef<MRoot> reload(const MRoot& root) {
   bool ok = false;
   const auto bytes = saveArchive(&root, &ok);
@@ -37,6 +38,9 @@ FRef<MRoot> reload(const MRoot& root) {
   EXPECT_TRUE(ok);
   auto* loaded = dynamic_cast<MRoot*>(object.get());
   EXPECT_NE(loaded, nullptr);
+  if (loaded != nullptr) {
+    EXPECT_EQ(saveArchive(loaded), bytes) << "not byte for byte";
+  }
   return FRef<MRoot>::share(loaded);
 }
 
@@ -78,19 +82,6 @@ TEST_F(TreeProject, CreateNewBuildsACompleteEmptyProject) {
   EXPECT_EQ(count, 5);  // three tracks, the tempo event, the signature event
   EXPECT_EQ(ids.size(), 5u);
   EXPECT_GT(project->eventIDs().nextID(), *ids.rbegin());
-}
-
-TEST_F(TreeProject, RoundTripIsByteForByte) {
-  FRef<MRoot> root = buildSampleProject();
-  bool ok = false;
-  const auto first = saveArchive(root.get(), &ok);
-  ASSERT_TRUE(ok);
-  FRef<CmObject> loaded = loadArchive(first, &ok);
-  ASSERT_TRUE(ok);
-  ASSERT_TRUE(loaded && loaded->isClass("MRoot"));
-  const auto second = saveArchive(loaded.get(), &ok);
-  ASSERT_TRUE(ok);
-  EXPECT_EQ(first, second);
 }
 
 TEST_F(TreeProject, RoundTripKeepsTheContent) {
@@ -277,7 +268,6 @@ TEST_F(TreeProject, TrackListKeepsTheUsersOrder) {
 
   // Through accessors: the read accessor refuses, the write accessor places.
   FRef<MAccessor> reader = list->getReadAccessor();
-  EXPECT_TRUE(reader->isClass("MTrackListAccessor"));
   EXPECT_FALSE(reader->insert(tracks[2]));
   FRef<MAccessor> writer = list->getWriteAccessor();
   auto* trackWriter = static_cast<MTrackListAccessor*>(writer.get());
