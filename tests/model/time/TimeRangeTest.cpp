@@ -172,12 +172,9 @@ TEST_F(CommandRange, CommandsRefuseResultsOutsideTheRangeAndKeepTheEdges) {
       {"move so the end is the last position", simple(kMax - 1920), true},
       {"move one past", simple(kMax - 1919), false},
       {"move before 0", simple(-1), false},
-      {"move to 1e308", simple(1e308), false},
-      {"move to inf", simple(kInf), false},
       {"move to nan", simple(kNaN), false},
       {"nudge to 0", inside(-960), true},
       {"nudge before 0", inside(-961), false},
-      {"nudge by -100000", inside(-100000), false},
       {"nudge by 1e308", inside(1e308), false},
       {"move to another node before 0", Make([](CommandRange& t) {
          return FRef<MCommand>(new MMoveCommand({t.event()}, FRef<MDataNode>(t.other_), -961));
@@ -192,7 +189,6 @@ TEST_F(CommandRange, CommandsRefuseResultsOutsideTheRangeAndKeepTheEdges) {
       {"size end to the start", sized<MSizeEndCommand>(960), false},
       {"length 1", sized<MLengthCommand>(1), true},
       {"length 0", sized<MLengthCommand>(0), false},
-      {"length -5", sized<MLengthCommand>(-5), false},
       {"length to past the end", sized<MLengthCommand>(kMax), false},
       {"offset -max", sized<MOffsetCommand>(-kMax), true},
       {"offset 1e300", sized<MOffsetCommand>(1e300), false},
