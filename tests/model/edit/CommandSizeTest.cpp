@@ -14,6 +14,16 @@ namespace {
 
 using cmdtest::CountingNode;
 
+// An event's start, length and offset, compared in one expectation.
+struct Extent {
+  double start, length, offset;
+  bool operator==(const Extent&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Extent& e) {
+  return out << "{" << e.start << ", " << e.length << ", " << e.offset << "}";
+}
+Extent extent(const MEvent& event) { return {event.getStart(), event.getLength(), event.getOffset()}; }
+
 class CommandSize : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -35,17 +45,13 @@ TEST_F(CommandSize, PerformingTwiceLeavesTheEventAsItWas) {
   FRef<MSizeCommand> size(new MSizeCommand(share(event), node(), 480, 960, 0));
   EXPECT_EQ(size->flags(), 0x2 | 0x8 | 0x10 | 0x20);
   ASSERT_TRUE(size->perform());
-  EXPECT_EQ(event->getStart(), 480);
-  EXPECT_EQ(event->getLength(), 960);
-  EXPECT_EQ(event->getOffset(), 0);
+  EXPECT_EQ(extent(*event), (Extent{480, 960, 0}));
   // The command now holds the replaced values.
   EXPECT_EQ(size->start(), 960);
   EXPECT_EQ(size->length(), 1920);
   EXPECT_EQ(size->offset(), 240);
   ASSERT_TRUE(size->undo());  // the second exchange
-  EXPECT_EQ(event->getStart(), 960);
-  EXPECT_EQ(event->getLength(), 1920);
-  EXPECT_EQ(event->getOffset(), 240);
+  EXPECT_EQ(extent(*event), (Extent{960, 1920, 240}));
   EXPECT_EQ(event->getParent(), node_.get());
 }
 
@@ -93,9 +99,7 @@ TEST_F(CommandSize, WithoutAWriteAccessorNothingChangesAndValidIsCleared) {
   EXPECT_FALSE(size->isValid());
   EXPECT_EQ(size->flags() & 0x2, 0);
   EXPECT_EQ(size->flags() & 0x38, 0x38);  // the change bits stay
-  EXPECT_EQ(event->getStart(), 960);
-  EXPECT_EQ(event->getLength(), 1920);
-  EXPECT_EQ(event->getOffset(), 0);
+  EXPECT_EQ(extent(*event), (Extent{960, 1920, 0}));
   EXPECT_EQ(size->state(), MCommand::kStateNew);
   // Undo against a node that became read-only fails the same way.
   node_->setReadOnly(false);
@@ -165,13 +169,9 @@ TEST_F(CommandSize, SubclassesChangeWhatTheirNamesSay) {
     EXPECT_EQ(command->description(), name);
     EXPECT_EQ(command->flags(), row.flags) << name;
     ASSERT_TRUE(command->perform()) << name;
-    EXPECT_EQ(event->getStart(), row.start) << name;
-    EXPECT_EQ(event->getLength(), row.length) << name;
-    EXPECT_EQ(event->getOffset(), row.offset) << name;
+    EXPECT_EQ(extent(*event), (Extent{row.start, row.length, row.offset})) << name;
     ASSERT_TRUE(command->undo()) << name;
-    EXPECT_EQ(event->getStart(), 960) << name;
-    EXPECT_EQ(event->getLength(), 1920) << name;
-    EXPECT_EQ(event->getOffset(), 240) << name;
+    EXPECT_EQ(extent(*event), (Extent{960, 1920, 240})) << name;
   }
 }
 
@@ -201,13 +201,9 @@ TEST_F(CommandSize, UnitedDragsUndoToTheFirstValues) {
   ASSERT_TRUE(first->unite(*second));
   // Undoing the first alone returns to before both.
   ASSERT_TRUE(first->undo());
-  EXPECT_EQ(event->getStart(), 0);
-  EXPECT_EQ(event->getLength(), 100);
-  EXPECT_EQ(event->getOffset(), 10);
+  EXPECT_EQ(extent(*event), (Extent{0, 100, 10}));
   ASSERT_TRUE(first->redo());
-  EXPECT_EQ(event->getStart(), 40);
-  EXPECT_EQ(event->getLength(), 60);
-  EXPECT_EQ(event->getOffset(), 50);
+  EXPECT_EQ(extent(*event), (Extent{40, 60, 50}));
 }
 
 }  // namespace

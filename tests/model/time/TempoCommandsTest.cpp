@@ -207,9 +207,10 @@ TEST_F(TempoCommandsTest, TempoTypeTurnsAJumpIntoARamp) {
   EXPECT_FALSE(makeRef<MTempoTypeCommand>(makeRef<MTempoEvent>(), MTempoFunc::kRamp)->perform());
 }
 
-// Signatures start as 4/4 at 0, 6/8 at 15360 (bar 9), 4/4 at 20000. A new
-// or changed signature moves the later ones by (new bar - old bar) times
-// the whole old bars up to the next signature.
+// Signatures start as 4/4 at 0, 6/8 at 15360 (bar 9), 4/4 at 20000 (bar 13,
+// after a 6/8 bar cut short). A new or changed signature moves the later
+// ones by (new bar - old bar) times the whole old bars up to the next
+// signature, so later bar numbers stay unless that count leaves a rest.
 TEST_F(TempoCommandsTest, SignatureEditsMoveTheLaterSignaturesByHand) {
   struct Row {
     const char* name;
@@ -219,23 +220,25 @@ TEST_F(TempoCommandsTest, SignatureEditsMoveTheLaterSignaturesByHand) {
     const char* description;
     int32_t shift;
     std::vector<int32_t> positions;
+    int64_t lastBar;  // the bar the last signature begins
   };
   const Row rows[] = {
       // 4/4 -> 3/4, 8 bars to the 6/8: -480 * 8.
-      {"first to 3/4", 0, 0, {3, 4, {0, 0, 0}}, "Modify Signature", -3840, {0, 11520, 16160}},
+      {"first to 3/4", 0, 0, {3, 4, {0, 0, 0}}, "Modify Signature", -3840, {0, 11520, 16160}, 13},
       // 3/4 at bar 5 (7680): the 6/8 moves to 7680 + 4 * 1440 = 13440, the
       // 4/4 at 20000 by the same -1920.
-      {"add 3/4 at bar 5", -1, 7680, {3, 4, {1, 2, 0}}, "Add Signature", -1920, {0, 7680, 13440, 18080}},
+      {"add 3/4 at bar 5", -1, 7680, {3, 4, {1, 2, 0}}, "Add Signature", -1920, {0, 7680, 13440, 18080}, 13},
       // Where a signature is: 6/8 (1440) -> 7/8 (1680); 4640 / 1440 = 3 whole
       // old bars up to 20000, so +240 * 3.
-      {"add on the 6/8", -1, 15360, {7, 8, {0, 0, 0}}, "Modify Signature", 720, {0, 15360, 20720}},
+      {"add on the 6/8", -1, 15360, {7, 8, {0, 0, 0}}, "Modify Signature", 720, {0, 15360, 20720}, 13},
       // 3/4 on the 6/8 bar line 15360 + 3 * 1440 = 19680, 320 pulses before
       // the 4/4 (off the grid, as files from elsewhere may hold it): n = 0.
-      {"add less than a bar before the next", -1, 19680, {3, 4, {}}, "Add Signature", 0, {0, 15360, 19680, 20000}},
+      {"add less than a bar before the next", -1, 19680, {3, 4, {}}, "Add Signature", 0, {0, 15360, 19680, 20000}, 13},
       // 6/8 -> 1/8 (240); the next lies 3 old bars and 320 on: (240 - 1440) * 3.
       // Counting again with the lengths swapped would find 1040 / 240 = 4
-      // bars, so undo must move back by the recorded shift.
-      {"6/8 to 1/8", 1, 0, {1, 8, {}}, "Modify Signature", -3600, {0, 15360, 16400}},
+      // bars, so undo must move back by the recorded shift. The rest of 320
+      // becomes bars 9-13 of 1/8 (the last cut short): the 4/4 begins bar 14.
+      {"6/8 to 1/8", 1, 0, {1, 8, {}}, "Modify Signature", -3600, {0, 15360, 16400}, 14},
   };
   for (const Row& row : rows) {
     buildTracks();
@@ -245,6 +248,7 @@ TEST_F(TempoCommandsTest, SignatureEditsMoveTheLaterSignaturesByHand) {
     checkUndoRedo(*command);
     EXPECT_EQ(command->shift(), row.shift) << row.name;
     EXPECT_EQ(signaturePositions(), row.positions) << row.name;
+    EXPECT_EQ(signatures_->barNumberAt(row.positions.back()), row.lastBar) << row.name;
     EXPECT_EQ(command->signature()->getSubNumerator(1), row.values.subNumerators[1]) << row.name;
     ASSERT_TRUE(command->undo());
     EXPECT_EQ(signaturePositions(), (std::vector<int32_t>{0, 15360, 20000})) << row.name;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -221,23 +222,23 @@ TEST_F(UndoManagerFixture, DependentsHearOfRecordingsButNotOfMerges) {
   manager.removeDependent(&listener);
 }
 
-// Defers a notification of an object while it performs.
-class DeferringCommand : public MCommand {
+// Runs a hook on each of its steps.
+class HookCommand : public MCommand {
  public:
-  explicit DeferringCommand(CmObject* object) : object_(object) {}
-  std::string description() const override { return "Defer"; }
+  explicit HookCommand(std::function<void()> hook) : hook_(std::move(hook)) {}
+  std::string description() const override { return "Hook"; }
 
  protected:
-  bool doPerform() override { return defer(); }
-  bool doUndo() override { return defer(); }
-  bool doRedo() override { return defer(); }
+  bool doPerform() override { return run(); }
+  bool doUndo() override { return run(); }
+  bool doRedo() override { return run(); }
 
  private:
-  bool defer() {
-    object_->deferChanged(77);
+  bool run() {
+    hook_();
     return true;
   }
-  CmObject* object_;
+  std::function<void()> hook_;
 };
 
 TEST_F(UndoManagerFixture, DeferredNotificationsAreDeliveredAfterEachStep) {
@@ -245,7 +246,7 @@ TEST_F(UndoManagerFixture, DeferredNotificationsAreDeliveredAfterEachStep) {
   FRef<MListNode> subject = makeRef<MListNode>();
   Listener listener;
   ASSERT_TRUE(subject->addDependent(&listener));
-  ASSERT_TRUE(manager.perform(FRef<MCommand>(new DeferringCommand(subject.get()))));
+  ASSERT_TRUE(manager.perform(FRef<MCommand>(new HookCommand([&] { subject->deferChanged(77); }))));
   EXPECT_EQ(listener.messages, (std::vector<int>{77}));
   ASSERT_TRUE(manager.undo());
   ASSERT_TRUE(manager.redo());
@@ -253,36 +254,20 @@ TEST_F(UndoManagerFixture, DeferredNotificationsAreDeliveredAfterEachStep) {
   subject->removeDependent(&listener);
 }
 
-// Notes the root updater's write depth while it runs.
-class DepthCommand : public MCommand {
- public:
-  DepthCommand(MRoot* root, std::vector<int>* depths) : root_(root), depths_(depths) {}
-  std::string description() const override { return "Depth"; }
-
- protected:
-  bool doPerform() override { return note(); }
-  bool doUndo() override { return note(); }
-  bool doRedo() override { return note(); }
-
- private:
-  bool note() {
-    depths_->push_back(root_->getUpdater().writeDepth());
-    return true;
-  }
-  MRoot* root_;
-  std::vector<int>* depths_;
-};
-
 TEST_F(UndoManagerFixture, CommandsOfAProjectRunUnderTheWriteSide) {
   FRef<MRoot> root = MProject::createNew();
   ASSERT_TRUE(root);
   GUndoManager manager(clock_);
   std::vector<int> depths;
-  ASSERT_TRUE(manager.perform(FRef<MCommand>(new DepthCommand(root.get(), &depths)), root.get()));
+  // Notes the root updater's write depth on each step.
+  const auto noteDepth = [&] {
+    return FRef<MCommand>(new HookCommand([&] { depths.push_back(root->getUpdater().writeDepth()); }));
+  };
+  ASSERT_TRUE(manager.perform(noteDepth(), root.get()));
   ASSERT_TRUE(manager.undo());
   ASSERT_TRUE(manager.redo());
   // Without the root as target nothing is locked.
-  ASSERT_TRUE(manager.perform(FRef<MCommand>(new DepthCommand(root.get(), &depths))));
+  ASSERT_TRUE(manager.perform(noteDepth()));
   EXPECT_EQ(depths, (std::vector<int>{1, 1, 1, 0}));
   EXPECT_EQ(root->getUpdater().writeDepth(), 0);
   // The action holds its target.
