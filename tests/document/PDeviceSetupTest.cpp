@@ -27,16 +27,6 @@ bool readMembers(const Bytes& bytes, CmObject* object) {
   return object->readFromArchive(reader);
 }
 
-TEST(PDeviceSetup, DefaultsAre48kHzAnd256FramesWithoutPorts) {
-  const PDeviceSetup setup;
-  EXPECT_EQ(setup.sampleRate(), 48000);
-  EXPECT_EQ(setup.blockSize(), 256);
-  for (PPortKind kind :
-       {PPortKind::kAudioInput, PPortKind::kAudioOutput, PPortKind::kMidiInput, PPortKind::kMidiOutput}) {
-    EXPECT_TRUE(setup.ports(kind).empty());
-  }
-}
-
 TEST(PDeviceSetup, SettersKeepToTheAcceptedRanges) {
   PDeviceSetup setup;
   const struct {

@@ -29,16 +29,6 @@ bool readMembers(const Bytes& bytes, CmObject* object) {
   return object->readFromArchive(reader);
 }
 
-TEST(PWindowLayouts, NewSetHoldsTheActiveDefaultLayout) {
-  const PWindowLayouts layouts;
-  ASSERT_EQ(layouts.layouts().size(), 1u);
-  EXPECT_EQ(layouts.activeLayout(), "Default");
-  const PWindowLayout* def = layouts.find("Default");
-  ASSERT_NE(def, nullptr);
-  const std::vector<PWindowEntry> windows = {{"Project", 0, 0, 1280, 720}, {"Transport", 0, 720, 1280, 96}};
-  EXPECT_EQ(def->windows, windows);
-}
-
 TEST(PWindowLayouts, StoreReplaceRemoveAndActivate) {
   PWindowLayouts layouts;
   EXPECT_FALSE(layouts.store({"", {}}));
@@ -74,19 +64,19 @@ TEST(PWindowLayouts, ArchiveRoundTripKeepsLayoutsInOrderAndTheActiveOne) {
   EXPECT_EQ(back->layouts()[1].windows[0].x, -100);
 }
 
+// Active "A" (length 2), one layout: "A", one window: "W", 1, 2, 3, 4.
+const Bytes kOneLayout = {0, 0, 0, 2,   'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0,
+                          0, 0, 2, 'W', 0,   0, 0, 0, 1, 0, 0, 0, 2, 0, 0,   0, 3, 0, 0, 0, 4};
+
 TEST(PWindowLayouts, MembersOfOneLayoutByHand) {
   PWindowLayouts layouts;
   ASSERT_TRUE(layouts.store({"A", {{"W", 1, 2, 3, 4}}}));
   ASSERT_TRUE(layouts.remove("Default"));
-  // Active "A" (length 2), one layout: "A", one window: "W", 1, 2, 3, 4.
-  const Bytes expected = {0, 0, 0, 2,   'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0,
-                          0, 0, 2, 'W', 0,   0, 0, 0, 1, 0, 0, 0, 2, 0, 0,   0, 3, 0, 0, 0, 4};
-  EXPECT_EQ(membersOf(layouts), expected);
+  EXPECT_EQ(membersOf(layouts), kOneLayout);
 }
 
 TEST(PWindowLayouts, DamagedRecordsAreRefusedAndLeaveTheSetAlone) {
-  const Bytes good = {0, 0, 0, 2,   'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0,
-                      0, 0, 2, 'W', 0,   0, 0, 0, 1, 0, 0, 0, 2, 0, 0,   0, 3, 0, 0, 0, 4};
+  const Bytes& good = kOneLayout;
   {
     PWindowLayouts back;
     ASSERT_TRUE(readMembers(good, &back));

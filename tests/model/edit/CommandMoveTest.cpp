@@ -57,9 +57,9 @@ TEST_F(CommandMove, MoveInsideShiftsEveryEventInItsOwnNode) {
 }
 
 TEST_F(CommandMove, MoveCarriesEventsToAnotherNodeAndBack) {
-  MEvent* x = add(*a_, 100, 10, 1);
+  add(*a_, 100, 10, 1);
   MEvent* y = add(*a_, 100, 10, 2);
-  MEvent* z = add(*a_, 100, 10, 3);
+  add(*a_, 100, 10, 3);
   FRef<MMoveCommand> move(new MMoveCommand({share(y)}, FRef<MDataNode>(b_), 960));
   ASSERT_TRUE(move->perform());
   EXPECT_EQ(y->getParent(), b_.get());
@@ -68,8 +68,6 @@ TEST_F(CommandMove, MoveCarriesEventsToAnotherNodeAndBack) {
   ASSERT_TRUE(move->undo());
   EXPECT_EQ(cmdtest::tagsOf(*a_), (Tags{1, 2, 3}));
   EXPECT_TRUE(b_->list().empty());
-  static_cast<void>(x);
-  static_cast<void>(z);
 }
 
 TEST_F(CommandMove, LockedEventsRefuseAndNothingMoves) {

@@ -52,16 +52,14 @@ TEST_F(CommandTrack, InsertTrackAtAnIndexAndUndo) {
   EXPECT_EQ(names(), "AXBCD");
   // A track already in a list, or a read-only list, is refused.
   EXPECT_FALSE(MInsertTrackCommand(listRef(), extra, 0).perform());
+  // Appended, and back at the end after undo and redo.
+  FRef<MInsertTrackCommand> append(new MInsertTrackCommand(listRef(), MProject::createTrack("MIDI", "E")));
+  ASSERT_TRUE(append->perform());
+  ASSERT_TRUE(append->undo());
+  ASSERT_TRUE(append->redo());
+  EXPECT_EQ(names(), "AXBCDE");
   list().setReadOnly(true);
   EXPECT_FALSE(MInsertTrackCommand(listRef(), MProject::createTrack("MIDI", "Y"), 0).perform());
-}
-
-TEST_F(CommandTrack, AppendedTrackComesBackAtTheEnd) {
-  FRef<MInsertTrackCommand> insert(new MInsertTrackCommand(listRef(), MProject::createTrack("MIDI", "E")));
-  ASSERT_TRUE(insert->perform());
-  ASSERT_TRUE(insert->undo());
-  ASSERT_TRUE(insert->redo());
-  EXPECT_EQ(names(), "ABCDE");
 }
 
 TEST_F(CommandTrack, RemovingSeveralTracksRestoresEveryIndex) {
