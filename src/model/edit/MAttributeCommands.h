@@ -73,7 +73,7 @@ struct MEventValue {
 [[nodiscard]] bool exchangeFlag(std::vector<MEventValue>& values, uint16_t bit);
 
 // Mutes or unmutes events. "Mute" / "Unmute".
-class MMuteCommand : public MCommand {
+class MMuteCommand : public MExchangeCommand {
   VANTOR_CLASS(MMuteCommand)
  public:
   MMuteCommand() = default;
@@ -83,9 +83,8 @@ class MMuteCommand : public MCommand {
   size_t heldBytes() const override;
 
  protected:
-  bool doPerform() override { return !values_.empty() && exchangeFlag(values_, MEventFlag::kMuted); }
-  bool doUndo() override { return exchangeFlag(values_, MEventFlag::kMuted); }
-  bool doRedo() override { return exchangeFlag(values_, MEventFlag::kMuted); }
+  bool doPerform() override { return !values_.empty() && exchange(); }
+  bool exchange() override { return exchangeFlag(values_, MEventFlag::kMuted); }
 
  private:
   std::vector<MEventValue> values_;
@@ -94,7 +93,7 @@ class MMuteCommand : public MCommand {
 
 // Sets or clears the edit lock of events (locked events refuse moves and
 // resizes). "Lock Event" / "Unlock Event".
-class MEditLockCommand : public MCommand {
+class MEditLockCommand : public MExchangeCommand {
   VANTOR_CLASS(MEditLockCommand)
  public:
   MEditLockCommand() = default;
@@ -104,9 +103,8 @@ class MEditLockCommand : public MCommand {
   size_t heldBytes() const override;
 
  protected:
-  bool doPerform() override { return !values_.empty() && exchangeFlag(values_, MEventFlag::kLocked); }
-  bool doUndo() override { return exchangeFlag(values_, MEventFlag::kLocked); }
-  bool doRedo() override { return exchangeFlag(values_, MEventFlag::kLocked); }
+  bool doPerform() override { return !values_.empty() && exchange(); }
+  bool exchange() override { return exchangeFlag(values_, MEventFlag::kLocked); }
 
  private:
   std::vector<MEventValue> values_;

@@ -14,7 +14,7 @@
 
 namespace vantor {
 
-class MSizeCommand : public MCommand {
+class MSizeCommand : public MExchangeCommand {
   VANTOR_CLASS(MSizeCommand)
  public:
   // Bits of the 16-bit command flags.
@@ -47,17 +47,15 @@ class MSizeCommand : public MCommand {
                uint16_t changeBits);
 
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
+  // The seven steps: exchange the values with the event's through the
+  // node's write accessor. Clears kValid and changes nothing when the node
+  // gives no accessor or no longer holds the event.
+  bool exchange() override;
 
  private:
   // The start and length the event would have lie in the time range
   // (MTimeRange::checkPlacement); true when neither changes.
   bool placementInRange(std::string* error) const;
-  // The seven steps: exchange the values with the event's through the
-  // node's write accessor. Clears kValid and changes nothing when the node
-  // gives no accessor or no longer holds the event.
-  bool exchange();
 
   uint16_t flags_ = 0;
   double start_ = 0;

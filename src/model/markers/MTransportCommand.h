@@ -21,7 +21,7 @@ inline constexpr const char* kSetLocatorsAction = "Set Locators";
 inline constexpr const char* kCycleOnAction = "Cycle On";
 inline constexpr const char* kCycleOffAction = "Cycle Off";
 
-class MTransportCommand : public MCommand {
+class MTransportCommand : public MExchangeCommand {
   VANTOR_CLASS(MTransportCommand)
  public:
   MTransportCommand() = default;
@@ -38,8 +38,7 @@ class MTransportCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
+  bool exchange() override;
 
  private:
   struct State {
@@ -48,7 +47,6 @@ class MTransportCommand : public MCommand {
     bool cycle = false;
   };
   static State stateOf(const MTransport& transport);
-  bool exchange();
 
   FRef<MTransport> transport_;
   bool setsLocators_ = false;

@@ -64,7 +64,7 @@ class MSetTempoCommand : public MCommand {
 
 // Changes "Func" of a tempo event: how tempo runs from the previous event
 // into it (MTempoFunc::kJump or kRamp; other values fail). "Set Tempo Type".
-class MTempoTypeCommand : public MCommand {
+class MTempoTypeCommand : public MExchangeCommand {
   VANTOR_CLASS(MTempoTypeCommand)
  public:
   MTempoTypeCommand() = default;
@@ -74,12 +74,9 @@ class MTempoTypeCommand : public MCommand {
 
  protected:
   bool doPerform() override;
-  bool doUndo() override { return exchange(); }
-  bool doRedo() override { return exchange(); }
+  bool exchange() override;
 
  private:
-  bool exchange();
-
   FRef<MTempoEvent> event_;
   int32_t func_ = MTempoFunc::kJump;
 };
