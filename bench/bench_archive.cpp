@@ -119,7 +119,7 @@ void ArchiveRead(benchmark::State& state) {
     FMemoryStream stream(bytes);
     FObjectArchive archive(stream);
     bool ok = false;
-    FRef<CmObject> root = archive.readRoot(&ok);
+    FRef<CmObject> root = archive.readArchive(&ok);
     if (!ok) state.SkipWithError("read failed");
     benchmark::DoNotOptimize(root.get());
   }

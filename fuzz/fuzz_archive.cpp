@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     stream.setSwap(swap);
     vantor::FObjectArchive archive(stream);
     bool ok = false;
-    vantor::FRef<vantor::CmObject> root = archive.readRoot(&ok);
+    vantor::FRef<vantor::CmObject> root = archive.readArchive(&ok);
     // A graph that was read must write again.
     if (ok && root) {
       vantor::FMemoryStream out;

@@ -206,7 +206,7 @@ bool FObjectArchive::readOldClassTable(uint32_t recordsLength, uint32_t* totalLe
   return true;
 }
 
-CmObject* FObjectArchive::readArchive(bool* ok) {
+FRef<CmObject> FObjectArchive::readArchive(bool* ok) {
   releaseTable();
   classes_.clear();
   failed_ = false;
@@ -214,7 +214,7 @@ CmObject* FObjectArchive::readArchive(bool* ok) {
   current_ = &base_;
   const int64_t start = base_.position();
   uint32_t total = 0;
-  CmObject* root = nullptr;
+  FRef<CmObject> root;
   if (!readHeader(&total)) {
     failed_ = true;
   } else {
@@ -223,10 +223,7 @@ CmObject* FObjectArchive::readArchive(bool* ok) {
     if (base_.position() != end && !base_.seek(end)) failed_ = true;
   }
   releaseTable();
-  if (failed_ && root != nullptr) {
-    root->release();
-    root = nullptr;
-  }
+  if (failed_) root = nullptr;
   if (ok != nullptr) *ok = !failed_;
   return root;
 }
@@ -239,7 +236,7 @@ const FClass* FObjectArchive::resolve(FClassEntry& entry) {
   return entry.resolved;
 }
 
-CmObject* FObjectArchive::readObject() {
+FRef<CmObject> FObjectArchive::readObject() {
   lastBackReference_ = false;
   lastOpen_ = false;
   if (failed_) return nullptr;
@@ -260,21 +257,19 @@ CmObject* FObjectArchive::readObject() {
   return readFirstRecord(tag);
 }
 
-CmObject* FObjectArchive::readBackReference() {
+FRef<CmObject> FObjectArchive::readBackReference() {
   uint32_t number = 0;
   if (!current_->readUInt32(&number) || number == 0 || number > read_.size() || read_[number - 1] == nullptr) {
     failed_ = true;
     return nullptr;
   }
-  CmObject* object = read_[number - 1];
-  object->retain();
   lastBackReference_ = true;
   lastOpen_ = open_[number - 1];
   if (trace_ != nullptr) trace_->onBackReference(depth_, number);
-  return object;
+  return FRef<CmObject>::share(read_[number - 1]);
 }
 
-CmObject* FObjectArchive::readFirstRecord(uint16_t classIndex) {
+FRef<CmObject> FObjectArchive::readFirstRecord(uint16_t classIndex) {
   uint32_t length = 0;
   const int64_t left = current_->remaining();
   if (!current_->readUInt32(&length) || (left != FStream::kUnknown && length > left - 4)) {
@@ -292,17 +287,17 @@ CmObject* FObjectArchive::readFirstRecord(uint16_t classIndex) {
   const int16_t outerVersion = currentVersion_;
   current_ = &record;
   currentVersion_ = entry.version;
-  CmObject* object = cls != nullptr ? cls->newInstance() : nullptr;
+  FRef<CmObject> object = cls != nullptr ? cls->newInstance() : nullptr;
   if (trace_ != nullptr) trace_->onRecordBegin(depth_, number, entry, length, object != nullptr);
-  if (object != nullptr) {
+  if (object) {
     // Only reference-counted objects may be shared by back references; the
     // table holds a reference on them while the archive is read.
     if (object->isReferenceCounted()) {
       object->retain();
-      read_[number - 1] = object;
+      read_[number - 1] = object.get();
     }
     ++depth_;
-    openStack_.push_back(object);
+    openStack_.push_back(object.get());
     const bool ok = object->readFromArchive(*this);
     openStack_.pop_back();
     --depth_;
@@ -311,7 +306,6 @@ CmObject* FObjectArchive::readFirstRecord(uint16_t classIndex) {
         read_[number - 1] = nullptr;
         object->release();
       }
-      object->release();
       object = nullptr;
     }
   }

@@ -86,19 +86,17 @@ class FObjectArchive {
   // Writes the header and the graph reached from root (which may be null).
   // False when any class failed to write or the stream failed.
   [[nodiscard]] bool writeArchive(const CmObject* root);
-  // Reads an archive and returns its root with one reference for the caller,
-  // or nullptr when the archive is invalid (ok reports the difference between
-  // an invalid archive and a valid one whose root is no object). Leaves the
-  // stream at the archive's end whenever the header could be read.
-  CmObject* readArchive(bool* ok = nullptr);
-  // Same, adopted into a reference.
-  FRef<CmObject> readRoot(bool* ok = nullptr) { return FRef<CmObject>(readArchive(ok)); }
+  // Reads an archive and returns its root, or nullptr when the archive is
+  // invalid (ok reports the difference between an invalid archive and a valid
+  // one whose root is no object). Leaves the stream at the archive's end
+  // whenever the header could be read.
+  FRef<CmObject> readArchive(bool* ok = nullptr);
 
   // Writes one object-valued member (nullptr allowed).
   [[nodiscard]] bool writeObject(const CmObject* object);
-  // Reads one object-valued member: the object with one reference for the
-  // caller, or nullptr for no object or a failure (failed() tells which).
-  CmObject* readObject();
+  // Reads one object-valued member: the object, or nullptr for no object or
+  // a failure (failed() tells which).
+  FRef<CmObject> readObject();
   // Reads an owning member expected to be of class T (or derived). An object
   // of another class is released and fails the read, and so does a back
   // reference to an object whose record is still being read: owned through
@@ -133,8 +131,8 @@ class FObjectArchive {
   uint16_t classIndexOf(const FClass& cls);
   bool readHeader(uint32_t* totalLength);
   bool readOldClassTable(uint32_t recordsLength, uint32_t* totalLength);
-  CmObject* readBackReference();
-  CmObject* readFirstRecord(uint16_t classIndex);
+  FRef<CmObject> readBackReference();
+  FRef<CmObject> readFirstRecord(uint16_t classIndex);
   const FClass* resolve(FClassEntry& entry);
   void releaseTable();
 
@@ -164,15 +162,12 @@ class FObjectArchive {
 template <class T>
 bool FObjectArchive::readObjectAs(FRef<T>* out) {
   *out = nullptr;
-  CmObject* object = readObject();
-  if (object == nullptr) return !failed_;
-  T* typed = dynamic_cast<T*>(object);
-  if (typed == nullptr || lastOpen_) {
-    object->release();
+  FRef<CmObject> object = readObject();
+  if (!object) return !failed_;
+  if (lastOpen_ || !(*out = refCast<T>(std::move(object)))) {
     failed_ = true;
     return false;
   }
-  *out = FRef<T>(typed);
   return true;
 }
 

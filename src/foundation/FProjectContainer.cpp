@@ -115,7 +115,7 @@ FRef<CmObject> FContainerReader::readRoot(std::string_view name, bool* ok, FArch
   FReadStream chunk(stream_, root->archiveLength);
   FObjectArchive archive(chunk);
   archive.setTrace(trace);
-  FRef<CmObject> object = archive.readRoot(ok);
+  FRef<CmObject> object = archive.readArchive(ok);
   if (!chunk.close()) *ok = false;
   if (!*ok) object = nullptr;
   return object;

@@ -100,7 +100,7 @@ FRef<T> readArchiveAs(const Bytes& bytes, bool* ok = nullptr) {
   stream.setSwap(1);
   FObjectArchive archive(stream);
   bool read = false;
-  FRef<CmObject> root = archive.readRoot(&read);
+  FRef<CmObject> root = archive.readArchive(&read);
   if (ok != nullptr) *ok = read;
   T* typed = dynamic_cast<T*>(root.get());
   if (typed == nullptr) return nullptr;

@@ -170,7 +170,7 @@ TEST_F(Archive, ReaderLeavesTheStreamAtTheArchiveEnd) {
   ASSERT_TRUE(stream.seek(0));
   FObjectArchive archive(stream);
   bool ok = false;
-  FRef<CmObject> read = archive.readRoot(&ok);
+  FRef<CmObject> read = archive.readArchive(&ok);
   ASSERT_TRUE(ok);
   EXPECT_EQ(stream.position(), archiveEnd);
 }
@@ -185,7 +185,7 @@ TEST_F(Archive, ReaderSeeksToTheTotalLengthWhenRecordsEndEarly) {
   FMemoryStream stream(bytes);
   FObjectArchive archive(stream);
   bool ok = false;
-  FRef<CmObject> read = archive.readRoot(&ok);
+  FRef<CmObject> read = archive.readArchive(&ok);
   EXPECT_TRUE(ok);
   EXPECT_EQ(stream.position(), static_cast<int64_t>(bytes.size()));
 }
@@ -208,7 +208,7 @@ TEST_F(Archive, OlderHeaderIsAccepted) {
   FMemoryStream stream(bytes);
   FObjectArchive archive(stream);
   bool ok = false;
-  FRef<CmObject> read = archive.readRoot(&ok);
+  FRef<CmObject> read = archive.readArchive(&ok);
   ASSERT_TRUE(ok);
   ASSERT_NE(asNode(read), nullptr);
   EXPECT_EQ(asNode(read)->value, 4);

@@ -159,10 +159,10 @@ TEST_F(ObjectModel, RegistryCreatesByNameAndRefusesUnknownAndAbstract) {
   FRef<CmObject> node(registry.create("TNode"));
   ASSERT_TRUE(node);
   EXPECT_TRUE(node->isClass("TNode"));
-  EXPECT_EQ(registry.create("tnode"), nullptr);
-  EXPECT_EQ(registry.create("NoSuchClass"), nullptr);
-  EXPECT_EQ(registry.create("FShared"), nullptr);  // abstract
-  EXPECT_EQ(registry.create(""), nullptr);
+  EXPECT_FALSE(registry.create("tnode"));
+  EXPECT_FALSE(registry.create("NoSuchClass"));
+  EXPECT_FALSE(registry.create("FShared"));  // abstract
+  EXPECT_FALSE(registry.create(""));
 }
 
 TEST_F(ObjectModel, RegistryKeepsNamesInByteOrder) {
@@ -192,14 +192,11 @@ TEST_F(ObjectModel, AttributesAliasCreatesAttributeSets) {
 TEST_F(ObjectModel, RestoreFromAttributesReleasesTheSetAndFailedObjects) {
   // A set naming an unknown class yields nothing; one naming TNode yields a
   // node only if TNode restores (it does not: the default refuses).
-  auto* unknown = new FAttributes("NoSuchClass");
-  EXPECT_EQ(FClassRegistry::instance().restore(unknown, ""), nullptr);
-  auto* refused = new FAttributes("TNode");
-  EXPECT_EQ(FClassRegistry::instance().restore(refused, ""), nullptr);
+  EXPECT_FALSE(FClassRegistry::instance().restore(makeRef<FAttributes>("NoSuchClass"), ""));
+  EXPECT_FALSE(FClassRegistry::instance().restore(makeRef<FAttributes>("TNode"), ""));
   // The default class name applies when the set names none; nested attribute
   // sets restore themselves.
-  auto* nameless = new FAttributes();
-  EXPECT_EQ(FClassRegistry::instance().restore(nameless, "NoSuchClass"), nullptr);
+  EXPECT_FALSE(FClassRegistry::instance().restore(makeRef<FAttributes>(), "NoSuchClass"));
 }
 
 TEST_F(ObjectModel, AttributeSetKeepsKindsAndOrder) {
@@ -308,7 +305,7 @@ TEST_F(ObjectModel, InitializersRunByLevelThenOrderOnce) {
 
 TEST_F(ObjectModel, IdentifiedLinksAreReferenceCounted) {
   EXPECT_TRUE(FClassRegistry::instance().find("CmIDLink") != nullptr);
-  EXPECT_EQ(FClassRegistry::instance().create("CmIDLink"), nullptr);  // abstract
+  EXPECT_FALSE(FClassRegistry::instance().create("CmIDLink"));  // abstract
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes, bool* ok, int
   FMemoryStream stream(bytes);
   stream.setSwap(swap);
   FObjectArchive archive(stream);
-  return archive.readRoot(ok);
+  return archive.readArchive(ok);
 }
 
 }  // namespace vantor::test

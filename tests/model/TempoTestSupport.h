@@ -26,7 +26,7 @@ inline FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes) {
   FMemoryStream stream(bytes);
   stream.setSwap(1);
   FObjectArchive archive(stream);
-  return archive.readRoot();
+  return archive.readArchive();
 }
 
 template <class T>

@@ -36,7 +36,7 @@ std::vector<uint8_t> saveArchive(const CmObject* root, bool* ok) {
 FRef<CmObject> loadArchive(const std::vector<uint8_t>& bytes, bool* ok) {
   auto stream = makeRef<FMemoryStream>(bytes);
   FObjectArchive archive(*stream);
-  return archive.readRoot(ok);
+  return archive.readArchive(ok);
 }
 
 FRef<MPartEvent> makePart(const char* name, double start, int count) {

@@ -37,14 +37,8 @@ FRef<MDataNode> makeListNode(const char* name) {
 // Nodes whose classes live in another area of the model (tempo, signature)
 // are made by class name; nullptr while that class is not registered.
 FRef<MDataNode> makeNodeByName(const char* className, const char* name) {
-  CmObject* object = FClassRegistry::instance().create(className);
-  if (object == nullptr) return nullptr;
-  auto* node = dynamic_cast<MDataNode*>(object);
-  if (node == nullptr) {
-    object->release();
-    return nullptr;
-  }
-  FRef<MDataNode> ref(node);
+  FRef<MDataNode> ref = refCast<MDataNode>(FClassRegistry::instance().create(className));
+  if (!ref) return nullptr;
   if (ref->getName().empty()) ref->setName(name);
   return ref;
 }
