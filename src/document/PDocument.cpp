@@ -104,12 +104,15 @@ bool PDocument::readRoots(FStream& stream, Roots* roots) {
   FContainerReader reader(stream);
   if (!reader.open(kProjectFormType)) return false;
   bool ok = false;
-  // The arrangement is the project: without it there is nothing to open.
+  // An arrangement of a class this program does not know reads as no object
+  // and the other roots are read all the same. The arrangement is the
+  // project, though: without it the file is refused rather than opened as an
+  // empty project that a save would then write over the user's file.
   roots->arrangement = rootAs<PArrangement>(reader.readRoot(kArrangementRootName, &ok));
-  if (!ok || !roots->arrangement) return false;
+  if (!ok) return false;
   return readOptionalRoot(reader, kDevicesRootName, &roots->devices) &&
          readOptionalRoot(reader, kWindowLayoutsRootName, &roots->layouts) &&
-         readOptionalRoot(reader, kVersionRootName, &roots->version);
+         readOptionalRoot(reader, kVersionRootName, &roots->version) && roots->arrangement;
 }
 
 bool PDocument::open(const std::string& path) {

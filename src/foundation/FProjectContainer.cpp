@@ -40,7 +40,9 @@ bool FContainerWriter::addRoot(std::string_view name, const CmObject& root) {
   }
   if (!beginChunk(kArchChunkId, &lengthAt)) return false;
   FObjectArchive archive(stream_);
-  return archive.writeArchive(&root) && endChunk(lengthAt);
+  const bool ok = archive.writeArchive(&root);
+  lost_.insert(lost_.end(), archive.lostObjects().begin(), archive.lostObjects().end());
+  return ok && endChunk(lengthAt);
 }
 
 bool FContainerWriter::finish() {

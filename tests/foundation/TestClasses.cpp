@@ -8,12 +8,18 @@ namespace vantor::test {
 VANTOR_DEFINE_CLASS(TNode, FShared, 3)
 VANTOR_DEFINE_CLASS(TTrailing, FShared, 0)
 VANTOR_DEFINE_CLASS(TBroken, FShared, 0)
+VANTOR_DEFINE_CLASS(TUnwritable, FShared, 0)
+VANTOR_DEFINE_CLASS(TPlain, CmObject, 0)
+VANTOR_DEFINE_CLASS(TPlainHolder, FShared, 0)
 
 void registerTestClasses() {
   initializeFoundation();
   TNode::classDescriptor();
   TTrailing::classDescriptor();
   TBroken::classDescriptor();
+  TUnwritable::classDescriptor();
+  TPlain::classDescriptor();
+  TPlainHolder::classDescriptor();
 }
 
 std::vector<uint8_t> archiveBytes(const CmObject* root, int16_t swap) {

@@ -64,6 +64,46 @@ class TBroken : public FShared {
   [[nodiscard]] bool readFromArchive(FObjectArchive&) override { return false; }
 };
 
+// A class whose writer fails after writing a member object and some bytes.
+class TUnwritable : public FShared {
+  VANTOR_CLASS(TUnwritable)
+ public:
+  FRef<CmObject> member;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.stream().writeInt32(5) && archive.writeObject(member.get()) && false;
+  }
+};
+
+// A plain (not reference-counted) object, and a holder that owns one and
+// refers to it a second time without owning it.
+class TPlain : public CmObject {
+  VANTOR_CLASS(TPlain)
+ public:
+  int32_t value = 0;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.stream().writeInt32(value);
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override { return archive.stream().readInt32(&value); }
+};
+
+class TPlainHolder : public FShared {
+  VANTOR_CLASS(TPlainHolder)
+ public:
+  FRef<CmObject> owned;
+  const CmObject* second = nullptr;
+  bool secondWasRead = false;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.writeObject(owned.get()) && archive.writeObject(second);
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override {
+    owned = archive.readObject();
+    FRef<CmObject> again = archive.readObject();
+    secondWasRead = archive.lastWasBackReference();
+    second = again.get();
+    return !archive.failed();
+  }
+};
+
 // Registers the test classes (idempotent).
 void registerTestClasses();
 

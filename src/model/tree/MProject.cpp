@@ -265,8 +265,11 @@ void MProject::assignEventIDs() {
 }
 
 void MProject::resolveVirtualGroups() {
-  forEachEvent([this](MEvent& event) {
-    if (auto* group = dynamic_cast<MVirtualGroup*>(event.getNode())) group->resolve(*this);
+  // A group shown by many events is resolved once, not once per event.
+  std::unordered_set<MVirtualGroup*> resolved;
+  forEachEvent([this, &resolved](MEvent& event) {
+    auto* group = dynamic_cast<MVirtualGroup*>(event.getNode());
+    if (group != nullptr && resolved.insert(group).second) group->resolve(*this);
   });
 }
 
