@@ -193,9 +193,12 @@ class FObjectArchive {
   uint16_t lastClassIndex_ = 0;
   // Reading: one place per first record; holds a reference on shared
   // objects while the archive is read.
-  std::vector<CmObject*> read_;
-  std::vector<uint8_t> place_;              // per place: Place
-  std::vector<uint8_t> open_;               // per place: the record is being read
+  struct ReadPlace {
+    CmObject* object = nullptr;
+    uint8_t kind = kEmpty;  // Place
+    bool open = false;      // the record is being read
+  };
+  std::vector<ReadPlace> read_;
   std::vector<const CmObject*> openStack_;  // the objects of the open records
   // Open objects below the first kShallow levels, so that asking whether an
   // object is being read costs no more than kShallow comparisons.
