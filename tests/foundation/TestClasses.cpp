@@ -1,7 +1,6 @@
 #include "support/TestClasses.h"
 
 #include "foundation/FInitializer.h"
-#include "foundation/FMemoryStream.h"
 
 namespace vantor::test {
 
@@ -20,21 +19,6 @@ void registerTestClasses() {
   TUnwritable::classDescriptor();
   TPlain::classDescriptor();
   TPlainHolder::classDescriptor();
-}
-
-std::vector<uint8_t> archiveBytes(const CmObject* root, int16_t swap) {
-  FMemoryStream stream;
-  stream.setSwap(swap);
-  FObjectArchive archive(stream);
-  if (!archive.writeArchive(root)) return {};
-  return stream.takeData();
-}
-
-FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes, bool* ok, int16_t swap) {
-  FMemoryStream stream(bytes);
-  stream.setSwap(swap);
-  FObjectArchive archive(stream);
-  return archive.readArchive(ok);
 }
 
 }  // namespace vantor::test

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "foundation/FAttributes.h"
 #include "foundation/FClass.h"
 #include "foundation/FObjectArchive.h"
 #include "foundation/FRef.h"
 #include "foundation/FShared.h"
+#include "support/ArchiveBytes.h"
 
 namespace vantor::test {
 
@@ -54,6 +56,13 @@ class TTrailing : public FShared {
     return archive.stream().writeInt32(value) && archive.stream().writeInt32(-1) && archive.stream().writeInt32(-2);
   }
   [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override { return archive.stream().readInt32(&value); }
+  // Restores from a set only when it holds "value".
+  [[nodiscard]] bool restoreAttributes(const FAttributes& attributes) override {
+    int64_t v = 0;
+    if (!attributes.getInt("value", &v)) return false;
+    value = static_cast<int32_t>(v);
+    return true;
+  }
 };
 
 // A class whose reader always fails.
@@ -106,9 +115,5 @@ class TPlainHolder : public FShared {
 
 // Registers the test classes (idempotent).
 void registerTestClasses();
-
-// An FObjectArchive round trip through memory.
-std::vector<uint8_t> archiveBytes(const CmObject* root, int16_t swap = 0);
-FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes, bool* ok, int16_t swap = 0);
 
 }  // namespace vantor::test
