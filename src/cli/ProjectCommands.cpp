@@ -55,11 +55,10 @@ int runNew(CliContext& context, const std::string& path, double bpm, const std::
 int runInfo(CliContext& context, const std::string& path, bool asJson) {
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, path)) return kExitDataError;
-  const json info = describeProject(document);
   if (asJson) {
-    context.out << info.dump(2) << '\n';
+    context.out << describeProject(document).dump(2) << '\n';
   } else {
-    printProject(context.out, info);
+    printProject(context.out, document);
   }
   return kExitOk;
 }

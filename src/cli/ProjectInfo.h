@@ -14,5 +14,8 @@ namespace vantor::cli {
 
 nlohmann::json describeProject(const PDocument& document);
 void printProject(std::ostream& out, const nlohmann::json& info);
+// The same text as printProject(describeProject(document)), written straight
+// from the document without building the description.
+void printProject(std::ostream& out, const PDocument& document);
 
 }  // namespace vantor::cli
