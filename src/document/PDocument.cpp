@@ -228,9 +228,15 @@ bool PDocument::writeContainer(FStream& stream) const {
   if (!arrangement_ || !devices_ || !layouts_) return false;
   const PAppVersion version = PAppVersion::current();
   FContainerWriter writer(stream);
-  return writer.begin(kProjectFormType) && writer.addRoot(kArrangementRootName, *arrangement_) &&
-         writer.addRoot(kDevicesRootName, *devices_) && writer.addRoot(kWindowLayoutsRootName, *layouts_) &&
-         writer.addRoot(kVersionRootName, version) && writer.finish();
+  const bool ok = writer.begin(kProjectFormType) && writer.addRoot(kArrangementRootName, *arrangement_) &&
+                  writer.addRoot(kDevicesRootName, *devices_) && writer.addRoot(kWindowLayoutsRootName, *layouts_) &&
+                  writer.addRoot(kVersionRootName, version) && writer.finish();
+  if (ok && !writer.lostObjects().empty()) {
+    std::string names;
+    for (const std::string& name : writer.lostObjects()) names += (names.empty() ? "" : ", ") + name;
+    messages_.report(FUserMessages::Severity::kWarning, formatMessage(kObjectsNotSaved, {names}));
+  }
+  return ok;
 }
 
 // Every event needs an ID before the tree is written (links name IDs).

@@ -32,6 +32,10 @@ inline constexpr std::string_view kCannotWriteProject = "Can not write project f
 inline constexpr std::string_view kBackupNeedsFile =
     "The project has not been saved yet!\nSave it before making a backup.";
 inline constexpr std::string_view kAutoSaveFailed = "The project could not be saved automatically to \"%s\" !\n%s";
+// Objects whose classes failed to write are left out of the saved file and
+// named here (their class names, separated by commas); the rest is saved.
+inline constexpr std::string_view kObjectsNotSaved =
+    "Some objects could not be saved and are missing from the file: %s";
 inline constexpr std::string_view kNewerVersion =
     "This project was saved by a newer version of the program (%s, %s)!\n"
     "Parts of it may be missing or read incorrectly.";

@@ -89,6 +89,23 @@ bool FFileStream::flush() {
   return !failed_;
 }
 
+bool FFileStream::writeDirect(const uint8_t* bytes, int64_t count) {
+  int64_t done = 0;
+  while (done < count) {
+    const ssize_t put =
+        ::pwrite(fd_, bytes + done, static_cast<size_t>(count - done), static_cast<off_t>(bufferStart_ + done));
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) {
+      setError("write");
+      failed_ = true;
+      return false;
+    }
+    done += put;
+  }
+  bufferStart_ += count;
+  return true;
+}
+
 bool FFileStream::close(bool sync) {
   if (!opened_) return !failed_;
   opened_ = false;
@@ -129,8 +146,8 @@ int64_t FFileStream::writeBytes(const void* source, int64_t count) {
   const auto* bytes = static_cast<const uint8_t*>(source);
   if (buffer_.size() + static_cast<size_t>(count) > kWriteBuffer && !flush()) return 0;
   if (static_cast<size_t>(count) >= kWriteBuffer) {
-    buffer_.assign(bytes, bytes + count);
-    if (!flush()) return 0;
+    // Large blocks (a whole archive) go to the file from where they lie.
+    if (!flush() || !writeDirect(bytes, count)) return 0;
   } else {
     buffer_.insert(buffer_.end(), bytes, bytes + count);
   }

@@ -38,15 +38,18 @@ class FFileStream : public FStream {
 
  private:
   bool flush();
+  // Writes count bytes at the buffer's start without copying them, after a
+  // flush; the buffer then starts after them.
+  bool writeDirect(const uint8_t* bytes, int64_t count);
   void setError(const char* what);
 
   Mode mode_ = Mode::kRead;
   bool opened_ = false;
   int fd_ = -1;
   std::vector<uint8_t> buffer_;  // pending bytes (write)
-  uint8_t* map_ = nullptr;        // the mapped file (read); nullptr when empty
+  uint8_t* map_ = nullptr;       // the mapped file (read); nullptr when empty
   int64_t bufferStart_ = 0;      // file offset of buffer_[0] while writing
-  int64_t position_ = 0;  // while writing; reading keeps it in the window
+  int64_t position_ = 0;         // while writing; reading keeps it in the window
   int64_t fileSize_ = 0;
   bool failed_ = false;
   std::string lastError_;
