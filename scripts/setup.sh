@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++
   libgtest-dev libbenchmark-dev
+  libflatbuffers-dev flatbuffers-compiler
   clang libclang-rt-14-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
   python3

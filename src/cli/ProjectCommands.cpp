@@ -61,11 +61,10 @@ int runNew(CliContext& context, const std::string& path, const std::string& temp
 int runInfo(CliContext& context, const std::string& path, bool asJson) {
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, path, OpenPurpose::kRead)) return kExitDataError;
-  const json info = describeProject(document);
   if (asJson) {
-    printJson(context.out, info);
+    printJson(context.out, describeProject(document));
   } else {
-    printProject(context.out, info);
+    printProject(context.out, document);
   }
   return kExitOk;
 }

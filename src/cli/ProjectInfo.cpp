@@ -67,9 +67,81 @@ json describeTracks(const MProject& project, const Clock& clock) {
   return tracks;
 }
 
+// The text listing of the tracks, straight from the tree: a project of a
+// hundred thousand parts would otherwise be built as a JSON tree first,
+// which costs several times the opening in time and memory.
+void printTracks(std::ostream& out, const MProject& project, const MPosition& positions) {
+  const auto bars = [&positions](double pulses) { return positions.formatBars(pulses).value_or(""); };
+  const std::vector<MTrackEvent*> all = listTracks(project);
+  out << "Tracks: " << all.size() << '\n';
+  for (size_t i = 0; i < all.size(); ++i) {
+    const MTrackEvent& t = *all[i];
+    out << "  " << i + 1 << ". " << trackKindName(t) << " " << quotedText(t.getName()) << ", ";
+    const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
+    if (folder != nullptr && folder->getTrackList()) {
+      out << folder->getTrackList()->count() << " tracks inside\n";
+      continue;
+    }
+    const std::vector<MEvent*> parts = folder != nullptr ? std::vector<MEvent*>() : eventsOf(t.getNode());
+    out << parts.size() << (parts.size() == 1 ? " part\n" : " parts\n");
+    for (const MEvent* e : parts) {
+      const auto* part = dynamic_cast<const MPartEvent*>(e);
+      const MEventContainer* inside = e->getNode() != nullptr ? e->getNode()->events() : nullptr;
+      out << "      " << quotedText(part != nullptr ? part->getName() : "") << " " << bars(e->getStart()) << " - "
+          << bars(e->getEnd()) << ", " << (inside != nullptr ? inside->size() : 0) << " events"
+          << (e->isMuted() ? ", muted" : "") << (e->isLocked() ? ", locked" : "") << '\n';
+    }
+  }
+}
+
+void printHead(std::ostream& out, const json& info) {
+  const json& v = info["version"];
+  out << "Project " << printable(info["file"].get<std::string>()) << "\n  written by "
+      << printable(v["application"].get<std::string>()) << ' ' << printable(v["version"].get<std::string>()) << " ("
+      << printable(v["buildDate"].get<std::string>()) << ", format revision " << v["revision"].get<int>()
+      << ")\nTempo:\n";
+  for (const json& e : info["tempo"]["events"]) {
+    out << "  " << e["bars"].get<std::string>() << "  " << MTimeRange::formatTempo(e["bpm"].get<double>()) << " BPM, "
+        << e["function"].get<std::string>() << ", at " << e["time"].get<std::string>() << '\n';
+  }
+  out << "Signatures:\n";
+  for (const json& e : info["signatures"]) {
+    out << "  " << e["bars"].get<std::string>() << "  " << e["numerator"].get<int>() << '/'
+        << e["denominator"].get<int>() << '\n';
+  }
+}
+
+void printTail(std::ostream& out, const json& info) {
+  out << "Markers: " << info["markers"].size() << '\n';
+  for (const json& m : info["markers"]) {
+    out << "  " << m["id"].get<int>() << " " << quotedText(m["name"].get<std::string>()) << " at "
+        << m["start"]["bars"].get<std::string>() << '\n';
+  }
+  if (info.contains("locators")) {
+    out << "Locators: " << info["locators"]["left"]["bars"].get<std::string>() << " - "
+        << info["locators"]["right"]["bars"].get<std::string>() << ", cycle "
+        << (info["locators"]["cycle"].get<bool>() ? "on" : "off") << '\n';
+  }
+  out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty") << '\n';
+}
+
+json describe(const PDocument& document, bool withTracks);
+
 }  // namespace
 
-json describeProject(const PDocument& document) {
+json describeProject(const PDocument& document) { return describe(document, true); }
+
+void printProject(std::ostream& out, const PDocument& document) {
+  const json info = describe(document, false);
+  printHead(out, info);
+  const MProject& project = *document.project();
+  printTracks(out, project, MPosition(*project.getSignatureNode(), *project.getTempoNode()));
+  printTail(out, info);
+}
+
+namespace {
+
+json describe(const PDocument& document, bool withTracks) {
   const MProject& project = *document.project();
   const MTempoTrackNode& tempo = *project.getTempoNode();
   const MSignatureTrackNode& signatures = *project.getSignatureNode();
@@ -106,7 +178,7 @@ json describeProject(const PDocument& document) {
     signatureEvents.push_back(std::move(entry));
   }
   info["signatures"] = signatureEvents;
-  info["tracks"] = describeTracks(project, clock);
+  if (withTracks) info["tracks"] = describeTracks(project, clock);
   json markers = json::array();
   const MDataNode& markerNode = *project.getMarkerTrack()->getNode();
   for (MEvent* e : eventsOf(&markerNode)) {
@@ -132,47 +204,6 @@ json describeProject(const PDocument& document) {
   return info;
 }
 
-void printProject(std::ostream& out, const json& info) {
-  const json& v = info["version"];
-  out << "Project " << printable(info["file"].get<std::string>()) << "\n  written by "
-      << printable(v["application"].get<std::string>()) << ' ' << printable(v["version"].get<std::string>()) << " ("
-      << printable(v["buildDate"].get<std::string>()) << ", format revision " << v["revision"].get<int>()
-      << ")\nTempo:\n";
-  for (const json& e : info["tempo"]["events"]) {
-    out << "  " << e["bars"].get<std::string>() << "  " << MTimeRange::formatTempo(e["bpm"].get<double>()) << " BPM, "
-        << e["function"].get<std::string>() << ", at " << e["time"].get<std::string>() << '\n';
-  }
-  out << "Signatures:\n";
-  for (const json& e : info["signatures"]) {
-    out << "  " << e["bars"].get<std::string>() << "  " << e["numerator"].get<int>() << '/'
-        << e["denominator"].get<int>() << '\n';
-  }
-  out << "Tracks: " << info["tracks"].size() << '\n';
-  for (const json& t : info["tracks"]) {
-    out << "  " << t["number"].get<int>() << ". " << t["kind"].get<std::string>() << " "
-        << quotedText(t["name"].get<std::string>()) << ", ";
-    if (t.contains("tracksInside")) {
-      out << t["tracksInside"].get<size_t>() << " tracks inside\n";
-    } else {
-      out << t["parts"].size() << " parts\n";
-    }
-    for (const json& p : t["parts"]) {
-      out << "      " << quotedText(p["name"].get<std::string>()) << " " << p["start"]["bars"].get<std::string>()
-          << " - " << p["end"]["bars"].get<std::string>() << ", " << p["events"].get<size_t>() << " events"
-          << (p["muted"].get<bool>() ? ", muted" : "") << (p["locked"].get<bool>() ? ", locked" : "") << '\n';
-    }
-  }
-  out << "Markers: " << info["markers"].size() << '\n';
-  for (const json& m : info["markers"]) {
-    out << "  " << m["id"].get<int>() << " " << quotedText(m["name"].get<std::string>()) << " at "
-        << m["start"]["bars"].get<std::string>() << '\n';
-  }
-  if (info.contains("locators")) {
-    out << "Locators: " << info["locators"]["left"]["bars"].get<std::string>() << " - "
-        << info["locators"]["right"]["bars"].get<std::string>() << ", cycle "
-        << (info["locators"]["cycle"].get<bool>() ? "on" : "off") << '\n';
-  }
-  out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty") << '\n';
-}
+}  // namespace
 
 }  // namespace vantor::cli

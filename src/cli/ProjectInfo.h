@@ -13,6 +13,8 @@ class PDocument;
 namespace vantor::cli {
 
 nlohmann::json describeProject(const PDocument& document);
-void printProject(std::ostream& out, const nlohmann::json& info);
+// The text listing of `vantor info`: what describeProject holds, written
+// straight from the document without building the description.
+void printProject(std::ostream& out, const PDocument& document);
 
 }  // namespace vantor::cli

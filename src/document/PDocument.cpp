@@ -104,12 +104,15 @@ bool PDocument::readRoots(FStream& stream, Roots* roots) {
   FContainerReader reader(stream);
   if (!reader.open(kProjectFormType)) return false;
   bool ok = false;
-  // The arrangement is the project: without it there is nothing to open.
+  // An arrangement of a class this program does not know reads as no object
+  // and the other roots are read all the same. The arrangement is the
+  // project, though: without it the file is refused rather than opened as an
+  // empty project that a save would then write over the user's file.
   roots->arrangement = rootAs<PArrangement>(reader.readRoot(kArrangementRootName, &ok));
-  if (!ok || !roots->arrangement) return false;
+  if (!ok) return false;
   return readOptionalRoot(reader, kDevicesRootName, &roots->devices) &&
          readOptionalRoot(reader, kWindowLayoutsRootName, &roots->layouts) &&
-         readOptionalRoot(reader, kVersionRootName, &roots->version);
+         readOptionalRoot(reader, kVersionRootName, &roots->version) && roots->arrangement;
 }
 
 bool PDocument::open(const std::string& path) { return readProject(path, true); }
@@ -254,9 +257,15 @@ bool PDocument::writeContainer(FStream& stream) const {
   if (!arrangement_ || !devices_ || !layouts_) return false;
   const PAppVersion version = PAppVersion::current();
   FContainerWriter writer(stream);
-  return writer.begin(kProjectFormType) && writer.addRoot(kArrangementRootName, *arrangement_) &&
-         writer.addRoot(kDevicesRootName, *devices_) && writer.addRoot(kWindowLayoutsRootName, *layouts_) &&
-         writer.addRoot(kVersionRootName, version) && writer.finish();
+  const bool ok = writer.begin(kProjectFormType) && writer.addRoot(kArrangementRootName, *arrangement_) &&
+                  writer.addRoot(kDevicesRootName, *devices_) && writer.addRoot(kWindowLayoutsRootName, *layouts_) &&
+                  writer.addRoot(kVersionRootName, version) && writer.finish();
+  if (ok && !writer.lostObjects().empty()) {
+    std::string names;
+    for (const std::string& name : writer.lostObjects()) names += (names.empty() ? "" : ", ") + name;
+    messages_.report(FUserMessages::Severity::kWarning, formatMessage(kObjectsNotSaved, {names}));
+  }
+  return ok;
 }
 
 // Every event needs an ID before the tree is written (links name IDs).

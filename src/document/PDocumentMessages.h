@@ -41,6 +41,10 @@ inline constexpr std::string_view kNotAProjectTarget =
     "Can not write project file \"%s\" !\nIt is not a regular file (a device, a pipe or a socket).";
 inline constexpr std::string_view kProjectMovedNote =
     "Note: the project file has been moved; its working directory is still \"%s\".";
+// Objects whose classes failed to write are left out of the saved file and
+// named here (their class names, separated by commas); the rest is saved.
+inline constexpr std::string_view kObjectsNotSaved =
+    "Some objects could not be saved and are missing from the file: %s";
 inline constexpr std::string_view kNewerVersion =
     "This project was saved by a newer version of the program (%s, %s)!\n"
     "Parts of it may be missing or read incorrectly.";

@@ -18,7 +18,7 @@ const FClass& CmObject::getClass() const { return classDescriptor(); }
 bool CmObject::isClass(const char* name) const { return classDescriptor().isClass(name); }
 const char* CmObject::getClassName() const { return classDescriptor().getClassName(); }
 bool CmObject::isKindOf(const char* name) const { return classDescriptor().isKindOf(name); }
-CmObject* CmObject::newInstance() const { return classDescriptor().newInstance(); }
+FRef<CmObject> CmObject::newInstance() const { return classDescriptor().newInstance(); }
 
 CmObject::~CmObject() { FDependencies::instance().forget(this); }
 

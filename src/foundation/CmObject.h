@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <iosfwd>
 
+#include "foundation/FRef.h"
+
 namespace vantor {
 
 class FClass;
@@ -25,8 +27,8 @@ class CmObject {
   virtual const char* getClassName() const;
   virtual bool isKindOf(const char* name) const;
   // A new default-constructed object of the same dynamic class, or nullptr
-  // for abstract classes. The caller owns the new object's reference.
-  virtual CmObject* newInstance() const;
+  // for abstract classes.
+  virtual FRef<CmObject> newInstance() const;
   virtual ~CmObject();
 
   // Identity comparison: 0 for the same object, 1 when other lies at a lower

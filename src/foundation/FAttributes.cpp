@@ -1,5 +1,7 @@
 #include "foundation/FAttributes.h"
 
+#include <unordered_map>
+
 #include "foundation/FObjectArchive.h"
 
 namespace vantor {
@@ -136,59 +138,72 @@ bool FAttributes::writeToArchive(FObjectArchive& archive) const {
   return true;
 }
 
+bool FAttributes::readValue(FObjectArchive& archive, uint16_t kind, Value* out) {
+  FStream& s = archive.stream();
+  switch (static_cast<Kind>(kind)) {
+    case Kind::kInteger: {
+      int64_t v = 0;
+      if (!s.readInt64(&v)) return false;
+      *out = v;
+      return true;
+    }
+    case Kind::kFloat: {
+      double v = 0;
+      if (!s.readDouble(&v)) return false;
+      *out = v;
+      return true;
+    }
+    case Kind::kString: {
+      std::string v;
+      if (!s.readString(&v)) return false;
+      *out = std::move(v);
+      return true;
+    }
+    case Kind::kBytes: {
+      uint32_t size = 0;
+      if (!s.readUInt32(&size)) return false;
+      const int64_t left = s.remaining();
+      if (left != FStream::kUnknown && size > left) return false;
+      Bytes v(size);
+      if (!s.readRaw(v.data(), size)) return false;
+      *out = std::move(v);
+      return true;
+    }
+    case Kind::kObject: {
+      FRef<CmObject> v = archive.readObject();
+      // A set that held an object still being read would hold itself.
+      if (archive.failed() || archive.lastWasOpenRecord()) return false;
+      *out = std::move(v);
+      return true;
+    }
+    case Kind::kAttributes: {
+      FRef<FAttributes> v;
+      if (!archive.readObjectAs(&v)) return false;
+      *out = std::move(v);
+      return true;
+    }
+  }
+  return false;
+}
+
 bool FAttributes::readFromArchive(FObjectArchive& archive) {
   FStream& s = archive.stream();
   uint32_t count = 0;
   if (!s.readString(&className_) || !s.readUInt32(&count)) return false;
   entries_.clear();
+  // A key met again replaces the earlier value in its place, as set() does;
+  // the index makes that one hash lookup per entry instead of a scan.
+  std::unordered_map<std::string, size_t> index;
   for (uint32_t i = 0; i < count; ++i) {
     std::string key;
     uint16_t kind = 0;
-    if (!s.readString(&key) || !s.readUInt16(&kind)) return false;
-    switch (static_cast<Kind>(kind)) {
-      case Kind::kInteger: {
-        int64_t v = 0;
-        if (!s.readInt64(&v)) return false;
-        setInt(key, v);
-        break;
-      }
-      case Kind::kFloat: {
-        double v = 0;
-        if (!s.readDouble(&v)) return false;
-        setFloat(key, v);
-        break;
-      }
-      case Kind::kString: {
-        std::string v;
-        if (!s.readString(&v)) return false;
-        setString(key, std::move(v));
-        break;
-      }
-      case Kind::kBytes: {
-        uint32_t size = 0;
-        if (!s.readUInt32(&size)) return false;
-        const int64_t left = s.remaining();
-        if (left != FStream::kUnknown && size > left) return false;
-        Bytes v(size);
-        if (!s.readRaw(v.data(), size)) return false;
-        setBytes(key, std::move(v));
-        break;
-      }
-      case Kind::kObject: {
-        FRef<CmObject> v(archive.readObject());
-        // A set that held an object still being read would hold itself.
-        if (archive.failed() || archive.lastWasOpenRecord()) return false;
-        setObject(key, std::move(v));
-        break;
-      }
-      case Kind::kAttributes: {
-        FRef<FAttributes> v;
-        if (!archive.readObjectAs(&v)) return false;
-        setAttributes(key, std::move(v));
-        break;
-      }
-      default:
-        return false;
+    Value value;
+    if (!s.readString(&key) || !s.readUInt16(&kind) || !readValue(archive, kind, &value)) return false;
+    auto [at, added] = index.try_emplace(std::move(key), entries_.size());
+    if (added) {
+      entries_.push_back({at->first, std::move(value)});
+    } else {
+      entries_[at->second].value = std::move(value);
     }
   }
   return true;

@@ -66,6 +66,8 @@ class FAttributes : public FShared {
     Value value;
   };
   const Value* findValue(std::string_view key) const;
+  // Reads one value of the stored kind; false for an unknown kind.
+  [[nodiscard]] static bool readValue(FObjectArchive& archive, uint16_t kind, Value* out);
   void set(std::string_view key, Value value);
 
   std::string className_;

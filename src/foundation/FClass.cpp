@@ -55,7 +55,7 @@ bool FClass::isKindOf(const char* name) const {
   return false;
 }
 
-CmObject* FClass::newInstance() const { return factory_ != nullptr ? factory_() : nullptr; }
+FRef<CmObject> FClass::newInstance() const { return factory_ != nullptr ? FRef<CmObject>(factory_()) : nullptr; }
 
 int FClass::compare(const CmObject* other) const {
   const auto* descriptor = dynamic_cast<const FClass*>(other);

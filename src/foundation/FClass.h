@@ -30,7 +30,7 @@ class FClass : public CmObject {
   bool isClass(const char* name) const override;
   bool isKindOf(const char* name) const override;
   // A new instance of the described class, or nullptr for an abstract one.
-  CmObject* newInstance() const override;
+  FRef<CmObject> newInstance() const override;
   // Orders descriptors by class name (byte-wise, case-sensitive).
   int compare(const CmObject* other) const override;
 
@@ -60,15 +60,15 @@ int compareClassNames(const char* a, const char* b);
 }  // namespace vantor
 
 // Declares the identity operations of a class; put it first in the class body.
-#define VANTOR_CLASS(Name)                                                                     \
- public:                                                                                       \
-  static const ::vantor::FClass& classDescriptor();                                            \
-  const ::vantor::FClass& getClass() const override { return classDescriptor(); }              \
-  bool isClass(const char* n) const override { return classDescriptor().isClass(n); }          \
-  const char* getClassName() const override { return classDescriptor().getClassName(); }       \
-  bool isKindOf(const char* n) const override { return classDescriptor().isKindOf(n); }        \
-  ::vantor::CmObject* newInstance() const override { return classDescriptor().newInstance(); } \
-                                                                                               \
+#define VANTOR_CLASS(Name)                                                                                    \
+ public:                                                                                                      \
+  static const ::vantor::FClass& classDescriptor();                                                           \
+  const ::vantor::FClass& getClass() const override { return classDescriptor(); }                             \
+  bool isClass(const char* n) const override { return classDescriptor().isClass(n); }                         \
+  const char* getClassName() const override { return classDescriptor().getClassName(); }                      \
+  bool isKindOf(const char* n) const override { return classDescriptor().isKindOf(n); }                       \
+  ::vantor::FRef<::vantor::CmObject> newInstance() const override { return classDescriptor().newInstance(); } \
+                                                                                                              \
  public:
 
 // Defines the descriptor of a concrete class: its class name is the C++ name.

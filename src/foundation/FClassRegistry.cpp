@@ -34,22 +34,17 @@ const FClass* FClassRegistry::find(std::string_view className) const {
   return it == classes_.end() ? nullptr : it->second;
 }
 
-CmObject* FClassRegistry::create(std::string_view className) const {
+FRef<CmObject> FClassRegistry::create(std::string_view className) const {
   const FClass* descriptor = find(className);
   return descriptor != nullptr ? descriptor->newInstance() : nullptr;
 }
 
-CmObject* FClassRegistry::restore(FAttributes* attributes, std::string_view defaultClassName) const {
-  if (attributes == nullptr) return nullptr;
-  FRef<FAttributes> held(attributes);
+FRef<CmObject> FClassRegistry::restore(FRef<FAttributes> attributes, std::string_view defaultClassName) const {
+  if (!attributes) return nullptr;
   std::string_view name = attributes->className();
   if (name.empty()) name = defaultClassName;
-  CmObject* object = create(name);
-  if (object == nullptr) return nullptr;
-  if (!object->restoreAttributes(*attributes)) {
-    object->release();
-    return nullptr;
-  }
+  FRef<CmObject> object = create(name);
+  if (!object || !object->restoreAttributes(*attributes)) return nullptr;
   return object;
 }
 

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "foundation/CmObject.h"
+#include "foundation/FRef.h"
 
 namespace vantor {
 
@@ -29,13 +30,13 @@ class FClassRegistry : public CmObject {
   // The descriptor of a class name, compared byte for byte, or nullptr.
   const FClass* find(std::string_view className) const;
   // A new object of the named class, or nullptr for an unknown or abstract
-  // class. The caller owns the new object's reference.
-  CmObject* create(std::string_view className) const;
+  // class.
+  FRef<CmObject> create(std::string_view className) const;
   // Creates the object named by the attribute set's class name (or by
   // defaultClassName when the set names none) and restores it from the set.
   // Returns nullptr when the class is unknown or the restore fails (the
-  // half-built object is released). The set itself is released in every case.
-  CmObject* restore(FAttributes* attributes, std::string_view defaultClassName) const;
+  // half-built object is released). The set is dropped in every case.
+  FRef<CmObject> restore(FRef<FAttributes> attributes, std::string_view defaultClassName) const;
 
   size_t count() const;
   // Visits every descriptor in name order.

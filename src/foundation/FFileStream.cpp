@@ -1,6 +1,7 @@
 #include "foundation/FFileStream.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -49,22 +50,22 @@ bool FFileStream::open(const std::string& path, Mode mode) {
     ::close(fd);
     return false;
   }
-  buffer_.resize(static_cast<size_t>(info.st_size));
-  size_t done = 0;
-  while (done < buffer_.size()) {
-    const ssize_t got = ::read(fd, buffer_.data() + done, buffer_.size() - done);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;  // an error, or the file shrank while read
-    done += static_cast<size_t>(got);
-  }
-  if (done < buffer_.size()) {
-    setError("read");
-    ::close(fd);
-    buffer_.clear();
-    return false;
+  fileSize_ = static_cast<int64_t>(info.st_size);
+  if (fileSize_ > 0) {
+    // A private read-only mapping: pages are read on first touch. Safe saves
+    // replace a project file by renaming a new one over it, so the mapped
+    // file itself is never cut short under us.
+    void* map = ::mmap(nullptr, static_cast<size_t>(fileSize_), PROT_READ, MAP_PRIVATE, fd, 0);
+    if (map == MAP_FAILED) {
+      setError("read");
+      ::close(fd);
+      return false;
+    }
+    map_ = static_cast<uint8_t*>(map);
   }
   ::close(fd);
-  fileSize_ = static_cast<int64_t>(done);
+  // Read only: the write limit stays at the window's start.
+  setWindow(map_, map_ + fileSize_, map_);
   opened_ = true;
   return true;
 }
@@ -104,12 +105,30 @@ bool FFileStream::flush() {
   return !failed_;
 }
 
+bool FFileStream::writeDirect(const uint8_t* bytes, int64_t count) {
+  int64_t done = 0;
+  while (done < count) {
+    const ssize_t put =
+        ::pwrite(fd_, bytes + done, static_cast<size_t>(count - done), static_cast<off_t>(bufferStart_ + done));
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) {
+      setError("write");
+      failed_ = true;
+      return false;
+    }
+    done += put;
+  }
+  bufferStart_ += count;
+  return true;
+}
+
 bool FFileStream::close(bool sync) {
   if (!opened_) return !failed_;
   opened_ = false;
   if (mode_ == Mode::kRead) {
-    buffer_.clear();
-    buffer_.shrink_to_fit();
+    if (map_ != nullptr) ::munmap(map_, static_cast<size_t>(fileSize_));
+    map_ = nullptr;
+    setWindow(nullptr, nullptr, nullptr);
     return true;
   }
   bool ok = flush();
@@ -126,12 +145,14 @@ bool FFileStream::close(bool sync) {
   return ok;
 }
 
+int64_t FFileStream::position() const { return mode_ == Mode::kRead ? cursor_ - map_ : position_; }
+
 int64_t FFileStream::readBytes(void* destination, int64_t count) {
   if (mode_ != Mode::kRead || !opened_ || count <= 0) return 0;
-  const int64_t n = std::min(count, fileSize_ - position_);
+  const int64_t n = std::min(count, readLimit_ - cursor_);
   if (n <= 0) return 0;
-  std::memcpy(destination, buffer_.data() + position_, static_cast<size_t>(n));
-  position_ += n;
+  std::memcpy(destination, cursor_, static_cast<size_t>(n));
+  cursor_ += n;
   return n;
 }
 
@@ -141,8 +162,8 @@ int64_t FFileStream::writeBytes(const void* source, int64_t count) {
   const auto* bytes = static_cast<const uint8_t*>(source);
   if (buffer_.size() + static_cast<size_t>(count) > kWriteBuffer && !flush()) return 0;
   if (static_cast<size_t>(count) >= kWriteBuffer) {
-    buffer_.assign(bytes, bytes + count);
-    if (!flush()) return 0;
+    // Large blocks (a whole archive) go to the file from where they lie.
+    if (!flush() || !writeDirect(bytes, count)) return 0;
   } else {
     buffer_.insert(buffer_.end(), bytes, bytes + count);
   }
@@ -153,17 +174,19 @@ int64_t FFileStream::writeBytes(const void* source, int64_t count) {
 
 bool FFileStream::seek(int64_t position) {
   if (!opened_ || position < 0 || position > fileSize_) return false;
-  if (mode_ == Mode::kWrite) {
-    if (!flush()) return false;
-    bufferStart_ = position;
+  if (mode_ == Mode::kRead) {
+    cursor_ = map_ + position;
+    return true;
   }
+  if (!flush()) return false;
+  bufferStart_ = position;
   position_ = position;
   return true;
 }
 
 int64_t FFileStream::remaining() const {
   if (mode_ != Mode::kRead) return kUnknown;
-  return std::max<int64_t>(0, fileSize_ - position_);
+  return std::max<int64_t>(0, readLimit_ - cursor_);
 }
 
 }  // namespace vantor

@@ -1,7 +1,9 @@
 #pragma once
-// A file as a stream. Opened for reading, the whole file is read into memory
-// at once (project files are parsed from a buffer); opened for writing,
-// writes go through a large buffer and seeks flush it.
+// A file as a stream. Opened for reading, the file is mapped into memory and
+// read through the direct window: nothing is copied or allocated up front, so
+// a huge or sparse file costs only the pages actually read (a header that
+// does not fit is refused after its first bytes). Opened for writing, writes
+// go through a large buffer and seeks flush it.
 
 #include <cstdint>
 #include <string>
@@ -34,20 +36,24 @@ class FFileStream : public FStream {
 
   int64_t readBytes(void* destination, int64_t count) override;
   int64_t writeBytes(const void* source, int64_t count) override;
-  int64_t position() const override { return position_; }
+  int64_t position() const override;
   [[nodiscard]] bool seek(int64_t position) override;
   int64_t remaining() const override;
 
  private:
   bool flush();
+  // Writes count bytes at the buffer's start without copying them, after a
+  // flush; the buffer then starts after them.
+  bool writeDirect(const uint8_t* bytes, int64_t count);
   void setError(const char* what);
 
   Mode mode_ = Mode::kRead;
   bool opened_ = false;
   int fd_ = -1;
-  std::vector<uint8_t> buffer_;  // whole file (read) or pending bytes (write)
+  std::vector<uint8_t> buffer_;  // pending bytes (write)
+  uint8_t* map_ = nullptr;       // the mapped file (read); nullptr when empty
   int64_t bufferStart_ = 0;      // file offset of buffer_[0] while writing
-  int64_t position_ = 0;
+  int64_t position_ = 0;         // while writing; reading keeps it in the window
   int64_t fileSize_ = 0;
   bool failed_ = false;
   std::string lastError_;

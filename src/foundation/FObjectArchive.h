@@ -7,8 +7,9 @@
 // 32-bit class count, then per class its name (string), first size (32-bit)
 // and version (16-bit). An older header with magic 0x41726368 ("Arch") is
 // read too: magic, a 32-bit length of the records, a 32-bit value that is
-// ignored, the class count, then per class its name and three 16-bit values
-// of which the first is taken as the class version; the rest is ignored.
+// ignored, the class count, then per class its name and three 16-bit values.
+// Its class entries are skipped and not kept, so such an archive yields its
+// root only when that is no object; it still leaves the stream at its end.
 //
 // Records: 0xFFFE for no object; class index, 32-bit member length and the
 // members for the first record of an object; 0xFFFF and a 32-bit reference
@@ -21,13 +22,22 @@
 // places hold no object), so numbering stays aligned with the writer's.
 // Objects nested inside a skipped record are not seen and cannot be numbered;
 // a back reference that lands on an empty place fails the read.
+//
+// Writing measures each record before it reaches the stream: the records are
+// built once in memory, each record's length is filled in when its object has
+// written its members, and then the header (whose total length is now known)
+// and the records go to the stream. An object whose writeToArchive fails is
+// taken out again (its entry and the bytes it wrote) and written as no
+// object; the archive goes on and lostObjects() names its class.
 
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "foundation/CmObject.h"
+#include "foundation/FMemoryStream.h"
 #include "foundation/FRef.h"
 #include "foundation/FStream.h"
 
@@ -46,13 +56,32 @@ class FClassEntry : public CmObject {
   bool isResolved = false;
 };
 
-class FObjectEntry : public CmObject {
- public:
-  enum State : uint8_t { kSeenOnce = 0, kShared = 1, kWritten = 2 };
+// One object written: its class and the length of its members.
+struct FObjectEntry {
   const CmObject* object = nullptr;
   uint16_t classIndex = 0;
   uint32_t size = 0;
-  uint8_t state = kSeenOnce;
+};
+
+// Object to reference number while writing: open addressing over a
+// power-of-two table, erase by shifting back (no tombstones).
+class FObjectIndex {
+ public:
+  static constexpr uint32_t kNone = 0xFFFFFFFF;
+  void clear();
+  uint32_t find(const CmObject* object) const;
+  void insert(const CmObject* object, uint32_t number);
+  void erase(const CmObject* object);
+
+ private:
+  size_t slotOf(const CmObject* object) const;
+  void grow();
+  struct Slot {
+    const CmObject* object = nullptr;
+    uint32_t number = 0;
+  };
+  std::vector<Slot> slots_;
+  size_t count_ = 0;
 };
 
 // What a reader meets, for tools that show an archive's structure. Record
@@ -84,21 +113,22 @@ class FObjectArchive {
   FObjectArchive& operator=(const FObjectArchive&) = delete;
 
   // Writes the header and the graph reached from root (which may be null).
-  // False when any class failed to write or the stream failed.
+  // False when the stream failed or the graph nests deeper than kMaxDepth;
+  // an object whose class fails to write is left out (lostObjects()).
   [[nodiscard]] bool writeArchive(const CmObject* root);
-  // Reads an archive and returns its root with one reference for the caller,
-  // or nullptr when the archive is invalid (ok reports the difference between
-  // an invalid archive and a valid one whose root is no object). Leaves the
-  // stream at the archive's end whenever the header could be read.
-  CmObject* readArchive(bool* ok = nullptr);
-  // Same, adopted into a reference.
-  FRef<CmObject> readRoot(bool* ok = nullptr) { return FRef<CmObject>(readArchive(ok)); }
+  // Class names of the objects the last write left out, in order.
+  const std::vector<std::string>& lostObjects() const { return lost_; }
+  // Reads an archive and returns its root, or nullptr when the archive is
+  // invalid (ok reports the difference between an invalid archive and a valid
+  // one whose root is no object). Leaves the stream at the archive's end
+  // whenever the header could be read.
+  FRef<CmObject> readArchive(bool* ok = nullptr);
 
   // Writes one object-valued member (nullptr allowed).
   [[nodiscard]] bool writeObject(const CmObject* object);
-  // Reads one object-valued member: the object with one reference for the
-  // caller, or nullptr for no object or a failure (failed() tells which).
-  CmObject* readObject();
+  // Reads one object-valued member: the object, or nullptr for no object or
+  // a failure (failed() tells which).
+  FRef<CmObject> readObject();
   // Reads an owning member expected to be of class T (or derived). An object
   // of another class is released and fails the read, and so does a back
   // reference to an object whose record is still being read: owned through
@@ -121,41 +151,58 @@ class FObjectArchive {
   bool failed() const { return failed_; }
   // Marks the archive as failed; every further object read returns nullptr.
   void fail() { failed_ = true; }
-  bool isMeasuring() const { return measuring_; }
 
   void setTrace(FArchiveTrace* trace) { trace_ = trace; }
   const std::vector<FClassEntry>& classTable() const { return classes_; }
 
  private:
+  // What a place of the reading table holds.
+  enum Place : uint8_t { kEmpty = 0, kShared = 1, kPlain = 2 };
+  static constexpr size_t kShallow = 32;
+
   bool writeHeader(uint32_t totalLength);
   bool writeRecord(const CmObject* object);
-  bool writeRecordBody(FObjectEntry& entry, const CmObject* object);
+  bool writeNull();
+  void dropRecord(const CmObject* object, uint32_t number, int64_t recordStart);
   uint16_t classIndexOf(const FClass& cls);
   bool readHeader(uint32_t* totalLength);
-  bool readOldClassTable(uint32_t recordsLength, uint32_t* totalLength);
-  CmObject* readBackReference();
-  CmObject* readFirstRecord(uint16_t classIndex);
+  bool skipOldClassTable(uint32_t recordsLength, uint32_t* totalLength);
+  FRef<CmObject> readBackReference();
+  FRef<CmObject> readFirstRecord(uint16_t classIndex);
   const FClass* resolve(FClassEntry& entry);
+  void pushOpen(const CmObject* object);
+  void popOpen();
   void releaseTable();
 
   FStream& base_;
   FStream* current_;
   bool failed_ = false;
-  bool measuring_ = false;
   int16_t currentVersion_ = 0;
   int depth_ = 0;
   std::vector<FClassEntry> classes_;
   uint16_t classCounter_ = 0;
-  // Writing: entries by object, in order of first appearance.
+  // Writing: entries in order of first appearance (the n-th has reference
+  // number n), and the records being built.
   std::vector<FObjectEntry> written_;
-  std::unordered_map<const CmObject*, uint32_t> writtenIndex_;
+  FObjectIndex writtenIndex_;
+  FMemoryStream* records_ = nullptr;
+  std::vector<std::string> lost_;
   // Class entries by descriptor; nullptr keys the entry of null members.
   std::unordered_map<const FClass*, uint16_t> classIndex_;
+  const FClass* lastClass_ = nullptr;
+  uint16_t lastClassIndex_ = 0;
   // Reading: one place per first record; holds a reference on shared
   // objects while the archive is read.
-  std::vector<CmObject*> read_;
-  std::vector<bool> open_;                  // per place of read_: the record is being read
+  struct ReadPlace {
+    CmObject* object = nullptr;
+    uint8_t kind = kEmpty;  // Place
+    bool open = false;      // the record is being read
+  };
+  std::vector<ReadPlace> read_;
   std::vector<const CmObject*> openStack_;  // the objects of the open records
+  // Open objects below the first kShallow levels, so that asking whether an
+  // object is being read costs no more than kShallow comparisons.
+  std::unordered_multiset<const CmObject*> deepOpen_;
   bool lastBackReference_ = false;
   bool lastOpen_ = false;
   FArchiveTrace* trace_ = nullptr;
@@ -164,15 +211,12 @@ class FObjectArchive {
 template <class T>
 bool FObjectArchive::readObjectAs(FRef<T>* out) {
   *out = nullptr;
-  CmObject* object = readObject();
-  if (object == nullptr) return !failed_;
-  T* typed = dynamic_cast<T*>(object);
-  if (typed == nullptr || lastOpen_) {
-    object->release();
+  FRef<CmObject> object = readObject();
+  if (!object) return !failed_;
+  if (lastOpen_ || !(*out = refCast<T>(std::move(object)))) {
     failed_ = true;
     return false;
   }
-  *out = FRef<T>(typed);
   return true;
 }
 

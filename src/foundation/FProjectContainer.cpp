@@ -40,7 +40,9 @@ bool FContainerWriter::addRoot(std::string_view name, const CmObject& root) {
   }
   if (!beginChunk(kArchChunkId, &lengthAt)) return false;
   FObjectArchive archive(stream_);
-  return archive.writeArchive(&root) && endChunk(lengthAt);
+  const bool ok = archive.writeArchive(&root);
+  lost_.insert(lost_.end(), archive.lostObjects().begin(), archive.lostObjects().end());
+  return ok && endChunk(lengthAt);
 }
 
 bool FContainerWriter::finish() {
@@ -115,7 +117,7 @@ FRef<CmObject> FContainerReader::readRoot(std::string_view name, bool* ok, FArch
   FReadStream chunk(stream_, root->archiveLength);
   FObjectArchive archive(chunk);
   archive.setTrace(trace);
-  FRef<CmObject> object = archive.readRoot(ok);
+  FRef<CmObject> object = archive.readArchive(ok);
   if (!chunk.close()) *ok = false;
   if (!*ok) object = nullptr;
   return object;

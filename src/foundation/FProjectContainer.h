@@ -31,8 +31,11 @@ class FContainerWriter {
 
   // Writes the container header with length 0.
   [[nodiscard]] bool begin(uint32_t formType);
-  // Writes one ROOT chunk and one ARCH chunk with the archive of root.
+  // Writes one ROOT chunk and one ARCH chunk with the archive of root. An
+  // object that fails to write is left out and named in lostObjects().
   [[nodiscard]] bool addRoot(std::string_view name, const CmObject& root);
+  // Class names of the objects left out so far, in order.
+  const std::vector<std::string>& lostObjects() const { return lost_; }
   // Patches the container length.
   [[nodiscard]] bool finish();
 
@@ -43,6 +46,7 @@ class FContainerWriter {
 
   FStream& stream_;
   int64_t start_ = 0;
+  std::vector<std::string> lost_;
 };
 
 struct FContainerRoot {

@@ -59,6 +59,16 @@ class FRef {
   T* object_ = nullptr;
 };
 
+// Moves ref's reference into an FRef<U> when the object is a U; otherwise
+// the reference is dropped and the result is empty.
+template <class U, class T>
+FRef<U> refCast(FRef<T> ref) {
+  U* typed = dynamic_cast<U*>(ref.get());
+  if (typed == nullptr) return nullptr;
+  ref.detach();
+  return FRef<U>(typed);
+}
+
 // Creates a new object and adopts its creator's reference.
 template <class T, class... Args>
 FRef<T> makeRef(Args&&... args) {

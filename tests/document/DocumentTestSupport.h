@@ -14,9 +14,8 @@
 #include <vector>
 
 #include "document/PSafeFile.h"
-#include "foundation/FMemoryStream.h"
-#include "foundation/FObjectArchive.h"
 #include "foundation/FRef.h"
+#include "support/ArchiveBytes.h"
 
 namespace vantor::test {
 
@@ -104,27 +103,12 @@ inline int replaceAll(Bytes* bytes, std::string_view from, std::string_view to) 
 }
 
 // Writes object as the root of a big-endian archive.
-inline Bytes archiveOf(const CmObject& object) {
-  FMemoryStream stream;
-  stream.setSwap(1);
-  FObjectArchive archive(stream);
-  if (!archive.writeArchive(&object)) return {};
-  return stream.takeData();
-}
+inline Bytes archiveOf(const CmObject& object) { return archiveBytes(&object, 1); }
 
 // Reads the root of an archive; nullptr when it is not a T or failed.
 template <class T>
 FRef<T> readArchiveAs(const Bytes& bytes, bool* ok = nullptr) {
-  FMemoryStream stream(bytes);
-  stream.setSwap(1);
-  FObjectArchive archive(stream);
-  bool read = false;
-  FRef<CmObject> root = archive.readRoot(&read);
-  if (ok != nullptr) *ok = read;
-  T* typed = dynamic_cast<T*>(root.get());
-  if (typed == nullptr) return nullptr;
-  root.detach();
-  return FRef<T>(typed);
+  return readArchiveBytesAs<T>(bytes, ok, 1);
 }
 
 }  // namespace vantor::test

@@ -1,6 +1,8 @@
 #include "document/PDocument.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "PDocumentTestSupport.h"
 #include "document/PFileTypes.h"
@@ -179,6 +181,7 @@ TEST_F(PDocumentFile, DamagedFilesAreInvalidAndLeaveTheDocumentAsItWas) {
   struct Case {
     const char* what;
     Bytes data;
+    int64_t size = 0;  // when larger than data: made that long with zeros (sparse)
   };
   std::vector<Case> cases;
   const auto patched = [&](std::string_view from, std::string_view to, int expectedCount) {
@@ -212,13 +215,23 @@ TEST_F(PDocumentFile, DamagedFilesAreInvalidAndLeaveTheDocumentAsItWas) {
       std::search(badLength.begin(), badLength.end(), magic.begin(), magic.end()) - badLength.begin());
   badLength[archiveAt + 4] = 0x7F;
   cases.push_back({"archive longer than its chunk", badLength});
+  // Huge files are refused by their first 12 bytes, without reading or
+  // allocating what they hold.
+  cases.push_back({"a sparse terabyte", {}, int64_t{1} << 40});
+  cases.push_back({"two gigabytes of zeros", {}, int64_t{2} << 30});
+  cases.push_back({"a good header, then a terabyte", Bytes(bytes.begin(), bytes.begin() + 12), int64_t{1} << 40});
 
   PDocument doc(messages, prefs);
   fill(doc);
   doc.setProgressHandler([](std::string_view) {});
   const std::string damaged = dir.file("damaged.vpr");
+  rusage before{};
+  getrusage(RUSAGE_SELF, &before);
   for (const Case& c : cases) {
     test::writeFile(damaged, c.data);
+    if (c.size > static_cast<int64_t>(c.data.size())) {
+      ASSERT_EQ(::truncate(damaged.c_str(), c.size), 0) << c.what;
+    }
     messages.clear();
     EXPECT_FALSE(doc.open(damaged)) << c.what;
     ASSERT_EQ(messages.messages().size(), 1u) << c.what;
@@ -228,6 +241,10 @@ TEST_F(PDocumentFile, DamagedFilesAreInvalidAndLeaveTheDocumentAsItWas) {
     EXPECT_EQ(doc.devices()->sampleRate(), 44100) << c.what;
     EXPECT_EQ(doc.project()->getTrackList()->count(), 1u);
   }
+  (void)::truncate(damaged.c_str(), 0);
+  rusage after{};
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "peak grew by more than 64 MB (ru_maxrss in kB)";
 }
 
 TEST_F(PDocumentFile, RootsOfUnknownClassesTakeDefaultsAndTheOthersStillLoad) {

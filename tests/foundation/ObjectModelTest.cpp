@@ -159,10 +159,10 @@ TEST_F(ObjectModel, RegistryCreatesByNameAndRefusesUnknownAndAbstract) {
   FRef<CmObject> node(registry.create("TNode"));
   ASSERT_TRUE(node);
   EXPECT_TRUE(node->isClass("TNode"));
-  EXPECT_EQ(registry.create("tnode"), nullptr);
-  EXPECT_EQ(registry.create("NoSuchClass"), nullptr);
-  EXPECT_EQ(registry.create("FShared"), nullptr);  // abstract
-  EXPECT_EQ(registry.create(""), nullptr);
+  EXPECT_FALSE(registry.create("tnode"));
+  EXPECT_FALSE(registry.create("NoSuchClass"));
+  EXPECT_FALSE(registry.create("FShared"));  // abstract
+  EXPECT_FALSE(registry.create(""));
 }
 
 TEST_F(ObjectModel, RegistryKeepsNamesInByteOrder) {
@@ -189,17 +189,34 @@ TEST_F(ObjectModel, AttributesAliasCreatesAttributeSets) {
   EXPECT_TRUE(created->isClass("FAttributes"));
 }
 
-TEST_F(ObjectModel, RestoreFromAttributesReleasesTheSetAndFailedObjects) {
-  // A set naming an unknown class yields nothing; one naming TNode yields a
-  // node only if TNode restores (it does not: the default refuses).
-  auto* unknown = new FAttributes("NoSuchClass");
-  EXPECT_EQ(FClassRegistry::instance().restore(unknown, ""), nullptr);
-  auto* refused = new FAttributes("TNode");
-  EXPECT_EQ(FClassRegistry::instance().restore(refused, ""), nullptr);
-  // The default class name applies when the set names none; nested attribute
-  // sets restore themselves.
-  auto* nameless = new FAttributes();
-  EXPECT_EQ(FClassRegistry::instance().restore(nameless, "NoSuchClass"), nullptr);
+TEST_F(ObjectModel, RestoreFromAttributesCreatesByNameOrReleasesWhatFailed) {
+  // TTrailing restores only from a set holding "value"; TNode never does.
+  struct Row {
+    const char* setClass;
+    const char* defaultClass;
+    bool withValue;
+    bool restored;
+  } rows[] = {
+      {"TTrailing", "", true, true},
+      {"", "TTrailing", true, true},  // the default name applies to a set naming none
+      {"TTrailing", "", false, false},
+      {"TNode", "", true, false},
+      {"NoSuchClass", "TTrailing", true, false},  // the set's own name wins
+      {"", "NoSuchClass", true, false},
+  };
+  for (const Row& row : rows) {
+    FRef<FAttributes> set = makeRef<FAttributes>(row.setClass);
+    if (row.withValue) set->setInt("value", 42);
+    FAttributes* held = set.get();
+    held->retain();  // to see the registry drop its reference
+    FRef<CmObject> object = FClassRegistry::instance().restore(std::move(set), row.defaultClass);
+    EXPECT_EQ(held->getRefCount(), 1) << row.setClass << "/" << row.defaultClass;
+    held->release();
+    ASSERT_EQ(static_cast<bool>(object), row.restored) << row.setClass << "/" << row.defaultClass;
+    if (row.restored) {
+      EXPECT_EQ(dynamic_cast<test::TTrailing&>(*object).value, 42);
+    }
+  }
 }
 
 TEST_F(ObjectModel, AttributeSetKeepsKindsAndOrder) {
@@ -308,7 +325,7 @@ TEST_F(ObjectModel, InitializersRunByLevelThenOrderOnce) {
 
 TEST_F(ObjectModel, IdentifiedLinksAreReferenceCounted) {
   EXPECT_TRUE(FClassRegistry::instance().find("CmIDLink") != nullptr);
-  EXPECT_EQ(FClassRegistry::instance().create("CmIDLink"), nullptr);  // abstract
+  EXPECT_FALSE(FClassRegistry::instance().create("CmIDLink"));  // abstract
 }
 
 }  // namespace

@@ -6,27 +6,17 @@
 #include <cstring>
 #include <vector>
 
-#include "foundation/FMemoryStream.h"
-#include "foundation/FObjectArchive.h"
 #include "foundation/FRef.h"
+#include "support/ArchiveBytes.h"
 
 namespace vantor::testing_tempo {
 
 // The archive bytes of the graph reached from root.
-inline std::vector<uint8_t> archiveBytes(const CmObject* root) {
-  FMemoryStream stream;
-  stream.setSwap(1);
-  FObjectArchive archive(stream);
-  if (!archive.writeArchive(root)) return {};
-  return stream.data();
-}
+inline std::vector<uint8_t> archiveBytes(const CmObject* root) { return test::archiveBytes(root, 1); }
 
 // The root read back from archive bytes (nullptr when the read failed).
 inline FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes) {
-  FMemoryStream stream(bytes);
-  stream.setSwap(1);
-  FObjectArchive archive(stream);
-  return archive.readRoot();
+  return test::readArchiveBytes(bytes, nullptr, 1);
 }
 
 template <class T>

@@ -7,6 +7,7 @@
 #include "model/MModelInit.h"
 #include "model/tree/MFolderDataEvent.h"
 #include "model/tree/MVirtualGroup.h"
+#include "support/ArchiveBytes.h"
 
 namespace vantor::treetest {
 
@@ -25,19 +26,9 @@ void initializeTreeTests() {
   TreeTestNote::classDescriptor();
 }
 
-std::vector<uint8_t> saveArchive(const CmObject* root, bool* ok) {
-  auto stream = makeRef<FMemoryStream>();
-  FObjectArchive archive(*stream);
-  const bool written = archive.writeArchive(root);
-  if (ok != nullptr) *ok = written;
-  return stream->takeData();
-}
+std::vector<uint8_t> saveArchive(const CmObject* root, bool* ok) { return test::archiveBytes(root, 0, ok); }
 
-FRef<CmObject> loadArchive(const std::vector<uint8_t>& bytes, bool* ok) {
-  auto stream = makeRef<FMemoryStream>(bytes);
-  FObjectArchive archive(*stream);
-  return archive.readRoot(ok);
-}
+FRef<CmObject> loadArchive(const std::vector<uint8_t>& bytes, bool* ok) { return test::readArchiveBytes(bytes, ok); }
 
 FRef<MPartEvent> makePart(const char* name, double start, int count) {
   auto part = makeRef<MPartEvent>();

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "foundation/FAttributes.h"
 #include "foundation/FClass.h"
 #include "foundation/FObjectArchive.h"
 #include "foundation/FRef.h"
 #include "foundation/FShared.h"
+#include "support/ArchiveBytes.h"
 
 namespace vantor::test {
 
@@ -54,6 +56,13 @@ class TTrailing : public FShared {
     return archive.stream().writeInt32(value) && archive.stream().writeInt32(-1) && archive.stream().writeInt32(-2);
   }
   [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override { return archive.stream().readInt32(&value); }
+  // Restores from a set only when it holds "value".
+  [[nodiscard]] bool restoreAttributes(const FAttributes& attributes) override {
+    int64_t v = 0;
+    if (!attributes.getInt("value", &v)) return false;
+    value = static_cast<int32_t>(v);
+    return true;
+  }
 };
 
 // A class whose reader always fails.
@@ -64,11 +73,47 @@ class TBroken : public FShared {
   [[nodiscard]] bool readFromArchive(FObjectArchive&) override { return false; }
 };
 
+// A class whose writer fails after writing a member object and some bytes.
+class TUnwritable : public FShared {
+  VANTOR_CLASS(TUnwritable)
+ public:
+  FRef<CmObject> member;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.stream().writeInt32(5) && archive.writeObject(member.get()) && false;
+  }
+};
+
+// A plain (not reference-counted) object, and a holder that owns one and
+// refers to it a second time without owning it.
+class TPlain : public CmObject {
+  VANTOR_CLASS(TPlain)
+ public:
+  int32_t value = 0;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.stream().writeInt32(value);
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override { return archive.stream().readInt32(&value); }
+};
+
+class TPlainHolder : public FShared {
+  VANTOR_CLASS(TPlainHolder)
+ public:
+  FRef<CmObject> owned;
+  const CmObject* second = nullptr;
+  bool secondWasRead = false;
+  [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
+    return archive.writeObject(owned.get()) && archive.writeObject(second);
+  }
+  [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override {
+    owned = archive.readObject();
+    FRef<CmObject> again = archive.readObject();
+    secondWasRead = archive.lastWasBackReference();
+    second = again.get();
+    return !archive.failed();
+  }
+};
+
 // Registers the test classes (idempotent).
 void registerTestClasses();
-
-// An FObjectArchive round trip through memory.
-std::vector<uint8_t> archiveBytes(const CmObject* root, int16_t swap = 0);
-FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes, bool* ok, int16_t swap = 0);
 
 }  // namespace vantor::test

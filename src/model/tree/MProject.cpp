@@ -269,8 +269,11 @@ void MProject::assignEventIDs() {
 }
 
 void MProject::resolveVirtualGroups() {
-  forEachEvent([this](MEvent& event) {
-    if (auto* group = dynamic_cast<MVirtualGroup*>(event.getNode())) group->resolve(*this);
+  // A group shown by many events is resolved once, not once per event.
+  std::unordered_set<MVirtualGroup*> resolved;
+  forEachEvent([this, &resolved](MEvent& event) {
+    auto* group = dynamic_cast<MVirtualGroup*>(event.getNode());
+    if (group != nullptr && resolved.insert(group).second) group->resolve(*this);
   });
 }
 
@@ -320,13 +323,10 @@ bool MProject::readMembers(FObjectArchive& archive) {
   // the root links itself when it takes the project as its node, so the
   // reference the read returns is dropped at once (keeping it would make a
   // cycle root -> project -> root).
-  CmObject* event = archive.readObject();
+  FRef<CmObject> event = archive.readObject();
   if (archive.failed()) return false;
-  if (event != nullptr) {
-    const bool isRoot = dynamic_cast<MRoot*>(event) != nullptr;
-    event->release();
-    if (!isRoot) return false;
-  }
+  if (event && dynamic_cast<MRoot*>(event.get()) == nullptr) return false;
+  event = nullptr;
   // Every project has its marker, tempo and signature tracks, with content of
   // their kinds; everything that converts time relies on them.
   if (!marker || !tempo || !signature || marker->getNode() == nullptr || marker->getNode()->events() == nullptr ||

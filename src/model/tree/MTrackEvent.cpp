@@ -37,14 +37,8 @@ FRef<MDataNode> makeListNode(const char* name) {
 // Nodes whose classes live in another area of the model (tempo, signature)
 // are made by class name; nullptr while that class is not registered.
 FRef<MDataNode> makeNodeByName(const char* className, const char* name) {
-  CmObject* object = FClassRegistry::instance().create(className);
-  if (object == nullptr) return nullptr;
-  auto* node = dynamic_cast<MDataNode*>(object);
-  if (node == nullptr) {
-    object->release();
-    return nullptr;
-  }
-  FRef<MDataNode> ref(node);
+  FRef<MDataNode> ref = refCast<MDataNode>(FClassRegistry::instance().create(className));
+  if (!ref) return nullptr;
   if (ref->getName().empty()) ref->setName(name);
   return ref;
 }
@@ -142,12 +136,19 @@ bool MTrackEvent::readFromArchive(FObjectArchive& archive) {
   const int64_t left = s.remaining();
   if (left != FStream::kUnknown && static_cast<int64_t>(count) * 8 > left) return false;
   attributes_.clear();
+  attributes_.reserve(count);
   for (uint32_t i = 0; i < count; ++i) {
     uint32_t code = 0;
     int32_t value = 0;
     if (!s.readUInt32(&code) || !s.readInt32(&value)) return false;
-    if (value != 0 && !hasAttribute(code)) setAttribute(code, value);
+    if (value != 0) attributes_.emplace_back(code, value);
   }
+  // Sorted once; of a code stored twice the first non-zero value counts.
+  std::stable_sort(attributes_.begin(), attributes_.end(),
+                   [](const Attribute& a, const Attribute& b) { return a.first < b.first; });
+  attributes_.erase(std::unique(attributes_.begin(), attributes_.end(),
+                                [](const Attribute& a, const Attribute& b) { return a.first == b.first; }),
+                    attributes_.end());
   return true;
 }
 

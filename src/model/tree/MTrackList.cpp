@@ -85,15 +85,17 @@ bool MTrackList::readFromArchive(FObjectArchive& archive) {
   if (left != FStream::kUnknown && static_cast<int64_t>(count) * 2 > left) return false;
   for (uint32_t i = 0; i < count; ++i) {
     FRef<MTrackEvent> track;
-    // A track lives in one list: a second appearance is damage, and so is
-    // a track whose node encloses it.
+    // A track lives in one list: a second appearance (a back reference) is
+    // damage, and so is a track whose node encloses it. Appended directly:
+    // insert() looks for the track first, which would make reading
+    // quadratic in the number of tracks.
     if (!archive.readObjectAs(&track) || archive.lastWasBackReference()) return false;
     if (track && archive.isBeingRead(track->getNode())) return false;
     if (!track) continue;
-    // A track met twice (damaged data) is kept once: the second insert fails.
-    const bool added = insert(std::move(track));
-    static_cast<void>(added);
+    track->setParent(this);
+    tracks_.push_back(std::move(track));
   }
+  eventsChanged();
   return true;
 }
 

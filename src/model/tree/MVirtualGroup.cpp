@@ -1,5 +1,6 @@
 #include "model/tree/MVirtualGroup.h"
 
+#include <unordered_set>
 #include <algorithm>
 
 #include "foundation/FObjectArchive.h"
@@ -75,11 +76,14 @@ bool MVirtualGroup::readFromArchive(FObjectArchive& archive) {
   ids_.clear();
   members_.clear();
   ids_.reserve(count);
+  // 0 names no event, and a repeated ID adds nothing; a hash set keeps the
+  // first of each in one pass, in the order read.
+  std::unordered_set<uint32_t> seen;
+  seen.reserve(count);
   for (uint32_t i = 0; i < count; ++i) {
     uint32_t id = 0;
     if (!s.readUInt32(&id)) return false;
-    // 0 names no event, and a repeated ID adds nothing.
-    if (id != 0 && std::find(ids_.begin(), ids_.end(), id) == ids_.end()) ids_.push_back(id);
+    if (id != 0 && seen.insert(id).second) ids_.push_back(id);
   }
   return true;
 }

@@ -102,31 +102,28 @@ TEST_F(TreeClass, EveryRegisteredClassIsCreatableByName) {
   int created = 0;
   FClassRegistry::instance().forEach([&created](const FClass& cls) {
     if (cls.isAbstract()) {
-      CmObject* none = FClassRegistry::instance().create(cls.getClassName());
-      EXPECT_EQ(none, nullptr) << cls.getClassName();
+      EXPECT_FALSE(FClassRegistry::instance().create(cls.getClassName())) << cls.getClassName();
       return;
     }
-    CmObject* object = FClassRegistry::instance().create(cls.getClassName());
-    ASSERT_NE(object, nullptr) << cls.getClassName();
+    FRef<CmObject> object = FClassRegistry::instance().create(cls.getClassName());
+    ASSERT_TRUE(object) << cls.getClassName();
     // An alias creates objects of the class it names.
     if (!cls.isAlias()) {
       EXPECT_STREQ(object->getClassName(), cls.getClassName());
     }
-    object->release();
     ++created;
   });
   EXPECT_GT(created, 25);
   for (const char* name : {"MEvent", "MTrackEvent", "MAccessor"}) {
-    EXPECT_EQ(FClassRegistry::instance().create(name), nullptr) << name;
+    EXPECT_FALSE(FClassRegistry::instance().create(name)) << name;
   }
 }
 
 TEST_F(TreeClass, RootOfEngineCreatesARoot) {
-  CmObject* object = FClassRegistry::instance().create("Root of Engine");
-  ASSERT_NE(object, nullptr);
-  EXPECT_NE(dynamic_cast<MRoot*>(object), nullptr);
+  FRef<CmObject> object = FClassRegistry::instance().create("Root of Engine");
+  ASSERT_TRUE(object);
+  EXPECT_NE(dynamic_cast<MRoot*>(object.get()), nullptr);
   EXPECT_STREQ(object->getClassName(), "MRoot");
-  object->release();
   EXPECT_STREQ(MRoot::classDescriptor().getStoredName(), "Root of Engine");
   EXPECT_STREQ(MRoot::classDescriptor().getClassName(), "MRoot");
 }
