@@ -70,7 +70,11 @@ bool MTempoEvent::readFromArchive(FObjectArchive& archive) {
   int32_t func = 0;
   if (!s.readDouble(&spb) || !s.readDouble(&time) || !s.readDouble(&ppq) || !s.readInt32(&func)) return false;
   const auto spbFloat = static_cast<float>(spb);
-  if (!std::isfinite(spbFloat) || spbFloat <= 0.0f || !std::isfinite(time) || !std::isfinite(ppq)) return false;
+  // The stored time is derived: the tempo track computes it again from the
+  // tempo map when it is read. A damaged map can make it infinite (a start
+  // far beyond the range at a slow tempo), which is written back as it is,
+  // so it is no reason to refuse the event.
+  if (!std::isfinite(spbFloat) || spbFloat <= 0.0f || !std::isfinite(ppq)) return false;
   spb_ = spbFloat;
   time_ = time;
   ppq_ = ppq;

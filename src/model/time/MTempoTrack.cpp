@@ -30,9 +30,14 @@ double MTempoTrackNode::secondsIn(const Segment& segment, double pulses) {
   // Since a * pA + intercept = bpmA, the difference of logarithms is
   // log1p(a * (p - pA) / bpmA), which keeps full precision far from pulse 0
   // and for gentle slopes where the two logarithms nearly cancel.
+  // Far from the segment's start the ratio of the tempi is taken whole: when
+  // the tempo falls by more than sixteen orders of magnitude (a damaged
+  // file's tempo), a * d / bpmA rounds to -1 and log1p would give infinity.
   const double a = segment.perPulse;
   const double slope = a * kPulsesPerBeat;
-  return segment.time + (60.0 / slope) * std::log1p(a * d / segment.bpm);
+  const double x = a * d / segment.bpm;
+  const double logRatio = std::fabs(x) < 0.5 ? std::log1p(x) : std::log((segment.bpm + a * d) / segment.bpm);
+  return segment.time + (60.0 / slope) * logRatio;
 }
 
 double MTempoTrackNode::pulsesIn(const Segment& segment, double seconds) {

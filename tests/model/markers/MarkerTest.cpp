@@ -264,9 +264,7 @@ TEST_F(Marker, InsertAndRemoveRunUnderMarkerActionNames) {
 // Rule: a locator marker's name is the one its ID gives, also when it is made
 // by class name (ID 0, which follows the right locator).
 TEST_F(Marker, LocatorMarkerMadeByClassNameIsNamedByItsId) {
-  CmObject* made = FClassRegistry::instance().create("MCycleEvent");
-  ASSERT_NE(made, nullptr);
-  FRef<MCycleEvent> cycle(dynamic_cast<MCycleEvent*>(made));
+  FRef<MCycleEvent> cycle = refCast<MCycleEvent>(FClassRegistry::instance().create("MCycleEvent"));
   ASSERT_TRUE(cycle);
   EXPECT_EQ(cycle->getMarkerID(), 0);
   EXPECT_EQ(cycle->getName(), "Right Locator");
