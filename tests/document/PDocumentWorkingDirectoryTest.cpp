@@ -36,12 +36,18 @@ class PDocumentWorkingDirectory : public test::DocumentTest {
   std::string newPath;
 };
 
+// Opened where it was saved, or through a link to that file, the project
+// has not moved.
 TEST_F(PDocumentWorkingDirectory, AProjectInItsOwnFolderAsksNothing) {
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(oldPath));
-  EXPECT_TRUE(messages.questions().empty());
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
-  EXPECT_FALSE(doc.isModified());
+  const std::string link = dir.file("chosen/link.vpr");
+  ASSERT_EQ(::symlink(oldPath.c_str(), link.c_str()), 0);
+  for (const std::string& path : {oldPath, link}) {
+    PDocument doc(messages, prefs);
+    ASSERT_TRUE(doc.open(path));
+    EXPECT_TRUE(messages.questions().empty()) << path;
+    EXPECT_EQ(doc.workingDirectory(), real(dir.file("old"))) << path;
+    EXPECT_FALSE(doc.isModified());
+  }
 }
 
 TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) {
@@ -136,15 +142,6 @@ TEST_F(PDocumentWorkingDirectory, AChosenDirectoryMustBeWritable) {
   EXPECT_TRUE(std::filesystem::is_directory(dir.file("chosen/audio")));
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("chosen/audio")));
   EXPECT_TRUE(doc.isModified());
-}
-
-TEST_F(PDocumentWorkingDirectory, AProjectOpenedThroughALinkBelongsToTheLinkedFilesFolder) {
-  const std::string link = dir.file("chosen/link.vpr");
-  ASSERT_EQ(::symlink(oldPath.c_str(), link.c_str()), 0);
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(link));
-  EXPECT_TRUE(messages.questions().empty());
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
 }
 
 }  // namespace
