@@ -143,48 +143,41 @@ TEST_F(PDocumentSave, SavingUnderAnotherNameMovesAWorkingDirectoryThatFollowedTh
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("elsewhere")));
 }
 
-TEST_F(PDocumentSave, BackupHoldsTheSameProjectBesideTheFile) {
-  const std::string path = savedProject("song.vpr");
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(path));
-  ASSERT_TRUE(doc.saveBackup());
-  const std::string backup = dir.file("song.vpr.bak");
-  EXPECT_EQ(test::readFile(backup), test::readFile(path));
-  EXPECT_EQ(doc.path(), path);
-
-  ASSERT_TRUE(doc.devices()->setSampleRate(32000));
-  doc.markModified();
-  const Bytes project = test::readFile(path);
-  ASSERT_TRUE(doc.saveBackup());  // replaces the previous backup
-  EXPECT_TRUE(doc.isModified());
-  EXPECT_EQ(test::readFile(path), project);
-  PDocument back(messages, prefs);
-  ASSERT_TRUE(back.open(backup));
-  EXPECT_EQ(back.devices()->sampleRate(), 32000);
-}
-
-TEST_F(PDocumentSave, BackupFailuresAreReported) {
+TEST_F(PDocumentSave, BackupHoldsTheSameProjectBesideTheFileOrReportsWhyNot) {
   PDocument untitled(messages, prefs);
   EXPECT_FALSE(untitled.saveBackup());
   ASSERT_EQ(messages.messages().size(), 1u);
   EXPECT_EQ(messages.messages()[0].text, "The project has not been saved yet!\nSave it before making a backup.");
 
   const std::string path = savedProject("song.vpr");
+  const std::string backup = dir.file("song.vpr.bak");
   PDocument doc(messages, prefs);
   doc.setProgressHandler([](std::string_view) {});
   ASSERT_TRUE(doc.open(path));
   ASSERT_TRUE(doc.saveBackup());
-  const Bytes backup = test::readFile(dir.file("song.vpr.bak"));
+  EXPECT_EQ(test::readFile(backup), test::readFile(path));
+  EXPECT_EQ(doc.path(), path);
+
   ASSERT_TRUE(doc.devices()->setSampleRate(32000));
+  doc.markModified();
+  const Bytes project = test::readFile(path);
+  const Bytes first = test::readFile(backup);
   messages.clear();
   {
     test::TemporaryFailure full(ENOSPC);
     EXPECT_FALSE(doc.saveBackup());
   }
   ASSERT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
-                                             "\" !\nopen: No space left on device" + kUnchanged);
-  EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
+  EXPECT_EQ(messages.messages()[0].text,
+            "Can not write project file \"" + backup + "\" !\nopen: No space left on device" + kUnchanged);
+  EXPECT_EQ(test::readFile(backup), first);
+
+  ASSERT_TRUE(doc.saveBackup());  // replaces the previous backup
+  EXPECT_TRUE(doc.isModified());
+  EXPECT_EQ(test::readFile(path), project);
+  PDocument back(messages, prefs);
+  ASSERT_TRUE(back.open(backup));
+  EXPECT_EQ(back.devices()->sampleRate(), 32000);
 }
 
 // A project open for editing in one document is refused to every other
