@@ -97,7 +97,7 @@ const Row kRows[] = {
     {"part add 1 0 2147483648", kNo, "positions end at 2147483647"},
     {"part add 1 1e3 2000", kNo, "is not a position"},
     {"part add 1 0x10 2000", kNo, "is not a position"},
-    {"part add 2 1 2", kNo, "holds no parts"},
+    {"part add 2 1 2", kNo, "the Folder track \"F\" holds no parts"},
     {"part add 9 1 2", kNo, "there is no track 9"},
     {"part add 1 1 2 \"\"", kAny},
     {"event add 1:1 0 1", kOk},

@@ -131,13 +131,9 @@ TEST_F(Marker, MarkersAndTransportRoundTripByteForByte) {
   range->setName("Bridge");
   range->setStart(7680);
   range->setLength(3840);
-  FRef<MListNode> node = markerList({marker(1, 0, "Intro"), marker(2, 1920, "Verse"), range});
-  const std::vector<uint8_t> bytes = saveArchive(node.get());
-  bool ok = false;
-  FRef<CmObject> read = loadArchive(bytes, &ok);
-  ASSERT_TRUE(ok);
-  EXPECT_EQ(saveArchive(read.get()), bytes);
-  auto* r = dynamic_cast<MRangeMarkerEvent*>(dynamic_cast<MListNode*>(read.get())->list().at(2));
+  FRef<MListNode> read = treetest::roundTrip(*markerList({marker(1, 0, "Intro"), marker(2, 1920, "Verse"), range}));
+  ASSERT_TRUE(read);
+  auto* r = dynamic_cast<MRangeMarkerEvent*>(read->list().at(2));
   ASSERT_NE(r, nullptr);
   EXPECT_EQ(r->getName(), "Bridge");
   EXPECT_EQ(r->getLength(), 3840);
@@ -146,9 +142,8 @@ TEST_F(Marker, MarkersAndTransportRoundTripByteForByte) {
   transport->setLeftLocator(100);
   transport->setRightLocator(200);
   transport->setCycle(true);
-  FRef<CmObject> t = loadArchive(saveArchive(transport.get()), &ok);
-  ASSERT_TRUE(ok);
-  auto* back = dynamic_cast<MTransport*>(t.get());
+  FRef<MTransport> back = treetest::roundTrip(*transport);
+  ASSERT_TRUE(back);
   EXPECT_EQ(back->getLeftLocator(), 100);
   EXPECT_EQ(back->getRightLocator(), 200);
   EXPECT_TRUE(back->isCycleOn());

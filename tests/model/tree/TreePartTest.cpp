@@ -18,10 +18,7 @@ namespace {
 using treetest::makePart;
 using treetest::TreeTestNote;
 
-class TreePart : public ::testing::Test {
- protected:
-  void SetUp() override { treetest::initializeTreeTests(); }
-};
+using TreePart = treetest::TreeTest;
 
 // Each row sets one property by name, then reads it back; a refused value
 // leaves what the rows before set.

@@ -20,22 +20,8 @@ namespace {
 using treetest::loadArchive;
 using treetest::saveArchive;
 
-class TreeTrack : public ::testing::Test {
- protected:
-  void SetUp() override { treetest::initializeTreeTests(); }
-};
-
-template <class T>
-FRef<T> roundTrip(const T& object) {
-  bool ok = false;
-  const auto bytes = saveArchive(&object, &ok);
-  EXPECT_TRUE(ok);
-  FRef<CmObject> loaded = loadArchive(bytes, &ok);
-  EXPECT_TRUE(ok);
-  auto* typed = dynamic_cast<T*>(loaded.get());
-  EXPECT_NE(typed, nullptr);
-  return FRef<T>::share(typed);
-}
+using TreeTrack = treetest::TreeTest;
+using treetest::roundTrip;
 
 bool containsWord(const std::vector<uint8_t>& bytes, uint32_t word) {
   // The stream is little-endian: the lowest byte comes first.
