@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <vector>
+
 #include "PDocumentTestSupport.h"
 
 namespace vantor {
@@ -87,43 +90,40 @@ TEST_F(PDocumentWorkingDirectory, TheOldFolderCanBeKept) {
   EXPECT_EQ(messages.questions().size(), 1u);
 }
 
+// A read-only new folder: the user is asked for folders until one is
+// writable; cancelling the choice, or having no chooser, keeps the old one.
 TEST_F(PDocumentWorkingDirectory, AReadOnlyNewFolderAsksForAnotherUntilAUsableOne) {
   ASSERT_EQ(::chmod(dir.file("new").c_str(), 0555), 0);
   ASSERT_EQ(::chmod(dir.file("locked").c_str(), 0555), 0);
-  PDocument doc(messages, prefs);
-  doc.setProgressHandler([](std::string_view) {});
-  std::vector<std::string> offers = {dir.file("locked"), dir.file("chosen")};
-  size_t asked = 0;
-  doc.setDirectoryChooser([&]() -> std::optional<std::string> { return offers[asked++]; });
-  ASSERT_TRUE(doc.open(newPath));
-  EXPECT_EQ(asked, 2u);
-  ASSERT_EQ(messages.messages().size(), 2u);
-  EXPECT_EQ(messages.messages()[0].severity, Severity::kWarning);
-  EXPECT_EQ(messages.messages()[0].text,
-            "The project has been moved to a location that is read only!\n"
-            "Please select a new project working directory!");
-  EXPECT_EQ(messages.messages()[1].text, "The project directory is read only!\n\nPlease make a new selection!");
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("chosen")));
-}
-
-TEST_F(PDocumentWorkingDirectory, CancellingTheChoiceKeepsTheOldFolder) {
-  ASSERT_EQ(::chmod(dir.file("new").c_str(), 0555), 0);
-  PDocument doc(messages, prefs);
-  doc.setProgressHandler([](std::string_view) {});
-  int asked = 0;
-  doc.setDirectoryChooser([&]() -> std::optional<std::string> {
-    ++asked;
-    return std::nullopt;
-  });
-  ASSERT_TRUE(doc.open(newPath));
-  EXPECT_EQ(asked, 1);
-  EXPECT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
-
-  // Without a chooser the old folder stays as well.
-  PDocument plain(messages, prefs);
-  ASSERT_TRUE(plain.open(newPath));
-  EXPECT_EQ(plain.workingDirectory(), real(dir.file("old")));
+  const struct {
+    std::vector<std::optional<std::string>> offers;
+    size_t messages;
+    std::string folder;
+  } rows[] = {
+      {{dir.file("locked"), dir.file("chosen")}, 2, dir.file("chosen")},
+      {{std::nullopt}, 1, dir.file("old")},
+      {{}, 1, dir.file("old")},
+  };
+  for (const auto& row : rows) {
+    messages.clear();
+    PDocument doc(messages, prefs);
+    doc.setProgressHandler([](std::string_view) {});
+    size_t asked = 0;
+    if (!row.offers.empty()) {
+      doc.setDirectoryChooser([&]() -> std::optional<std::string> { return row.offers[asked++]; });
+    }
+    ASSERT_TRUE(doc.open(newPath));
+    EXPECT_EQ(asked, row.offers.size());
+    ASSERT_EQ(messages.messages().size(), row.messages) << row.folder;
+    EXPECT_EQ(messages.messages()[0].severity, Severity::kWarning);
+    EXPECT_EQ(messages.messages()[0].text,
+              "The project has been moved to a location that is read only!\n"
+              "Please select a new project working directory!");
+    if (row.messages == 2) {
+      EXPECT_EQ(messages.messages()[1].text, "The project directory is read only!\n\nPlease make a new selection!");
+    }
+    EXPECT_EQ(doc.workingDirectory(), real(row.folder));
+  }
 }
 
 TEST_F(PDocumentWorkingDirectory, AChosenDirectoryMustBeWritable) {
