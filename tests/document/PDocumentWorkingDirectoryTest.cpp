@@ -53,15 +53,6 @@ TEST_F(PDocumentWorkingDirectory, AProjectInItsOwnFolderAsksNothing) {
   }
 }
 
-TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) {
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(newPath));
-  ASSERT_EQ(messages.questions().size(), 1u);
-  EXPECT_EQ(messages.questions()[0], movedQuestion());
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("new")));
-  EXPECT_TRUE(doc.isModified());
-}
-
 TEST_F(PDocumentWorkingDirectory, OpenedForReadingAMovedProjectOnlyGetsANote) {
   PDocument doc(messages, prefs);
   doc.setProgressHandler([](std::string_view) {});
@@ -74,20 +65,27 @@ TEST_F(PDocumentWorkingDirectory, OpenedForReadingAMovedProjectOnlyGetsANote) {
   EXPECT_FALSE(doc.isModified());
 }
 
-TEST_F(PDocumentWorkingDirectory, TheOldFolderCanBeKept) {
+// A moved project asks: the new folder is the default and marks the project
+// changed; the old folder can be kept, and is kept through a save.
+TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) {
+  PDocument moved(messages, prefs);
+  ASSERT_TRUE(moved.open(newPath));
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0], movedQuestion());
+  EXPECT_EQ(moved.workingDirectory(), real(dir.file("new")));
+  EXPECT_TRUE(moved.isModified());
+
   PDocument doc(messages, prefs);
   messages.queueAnswer(PDocument::kKeepOldDirectory);
   ASSERT_TRUE(doc.open(newPath));
-  EXPECT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions().size(), 2u);
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
   EXPECT_FALSE(doc.isModified());
-  // Saved where it now lies, the project keeps the folder it was given.
   ASSERT_TRUE(doc.save());
   PDocument again(messages, prefs);
-  messages.clear();
   messages.queueAnswer(PDocument::kKeepOldDirectory);
   ASSERT_TRUE(again.open(newPath));
-  EXPECT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions().size(), 3u);
 }
 
 // A read-only new folder: the user is asked for folders until one is
