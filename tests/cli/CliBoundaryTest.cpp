@@ -97,7 +97,7 @@ const Row kRows[] = {
     {"part add 1 0 2147483648", kNo, "positions end at 2147483647"},
     {"part add 1 1e3 2000", kNo, "is not a position"},
     {"part add 1 0x10 2000", kNo, "is not a position"},
-    {"part add 2 1 2", kNo, "holds no parts"},
+    {"part add 2 1 2", kNo, "the Folder track \"F\" holds no parts"},
     {"part add 9 1 2", kNo, "there is no track 9"},
     {"part add 1 1 2 \"\"", kAny},
     {"event add 1:1 0 1", kOk},
@@ -150,6 +150,7 @@ const Row kRows[] = {
     {"rename 1:1 X", kOk},
     {"rename 1:1 \"\"", kAny},
     {"rename 1:1", kNo, "usage: rename"},
+    {"rename 1:1 \"unclosed", kNo, "unterminated quote"},
     {"color 0 1:1", kOk},
     {"color 16777215 1:1", kOk},
     {"color 16777216 1:1", kNo, "bad colour"},
@@ -325,7 +326,10 @@ TEST(CliBoundary, EveryVerbAtItsBoundaryValues) {
   const std::set<std::string> verbs = verbsInHelp(help.out);
   EXPECT_GT(verbs.size(), 40u);
   std::set<std::string> covered;
-  for (const Row& row : kRows) covered.insert(verbOf(row.line, verbs));
+  for (const Row& row : kRows) {
+    covered.insert(verbOf(row.line, verbs));
+    EXPECT_FALSE(verbOf(row.line, verbs).empty()) << "help does not list the verb of \"" << row.line << "\"";
+  }
   for (const std::string& verb : verbs) EXPECT_TRUE(covered.count(verb)) << "no boundary rows for \"" << verb << "\"";
 }
 

@@ -44,7 +44,10 @@ TEST(CliShell, ScriptOnStandardInputEditsUndoesAndSaves) {
       "history\n"
       "save\n";
   const auto r = runVantor({"shell", file}, script);
-  EXPECT_EQ(r.status, 1);  // two lines failed
+  EXPECT_EQ(r.status, 1);  // two lines failed, one error each
+  size_t errors = 0;
+  for (size_t at = r.err.find("error: "); at != std::string::npos; at = r.err.find("error: ", at + 1)) ++errors;
+  EXPECT_EQ(errors, 2u) << r.err;
   EXPECT_NE(r.err.find("unknown command \"bogus\""), std::string::npos) << r.err;
   EXPECT_NE(r.err.find("there is no track 9"), std::string::npos) << r.err;
   EXPECT_NE(r.out.find("Undo Set Tempo"), std::string::npos) << r.out;
@@ -95,15 +98,6 @@ TEST(CliShell, EditSavesOnlyWhenEveryLineSucceeds) {
   EXPECT_EQ(failed.status, 1);
   EXPECT_NE(failed.err.find("the project was not saved: \"part add 7 1 2\" failed"), std::string::npos);
   EXPECT_EQ(slurp(file), before);
-  // Edit saves by itself: a line may not save before a later one fails.
-  for (const char* save : {"save", "save as other.vpr"}) {
-    const auto r = runVantor({"edit", file, "-e", "track add midi X", "-e", save, "-e", "part add 7 1 2"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find("is not used with edit"), std::string::npos) << r.err;
-    EXPECT_EQ(slurp(file), before);
-  }
-  EXPECT_FALSE(std::filesystem::exists(dir / "other.vpr"));
-
   const auto ok = runVantor({"edit", file, "-e", "track add midi X", "-e", "part add 1 1.1.1.0 2.1.1.0 P"});
   ASSERT_EQ(ok.status, 0) << ok.err;
   const json j = info(file);
@@ -111,62 +105,20 @@ TEST(CliShell, EditSavesOnlyWhenEveryLineSucceeds) {
   EXPECT_EQ(j["tracks"][0]["parts"][0]["name"], "P");
 }
 
-TEST(CliShell, BadLinesChangeNothing) {
-  TempFolder dir;
-  const std::string file = newProject(dir);
-  const std::string lines[] = {
-      "track add kazoo",   "track remove 5",        "part add 1 2.1.1.0 1.1.1.0", "rename 1:1",  "size 1:1 width 3",
-      "tempo 1.1.1.0 -5",  "signature 1.1.1.0 0/4", "marker move 3 1.1.1.0",      "undo 0",      "redo",
-      "rename \"unclosed", "split 1:1 9.1.1.0",     "locators 5.1.1.0 1.1.1.0",   "cycle maybe", "group remove 1",
-      "help nothing",
-  };
-  std::string script = "track add midi T\npart add 1 1.1.1.0 2.1.1.0\nsave\n";
-  for (const std::string& line : lines) script += line + "\n";
-  (void)runVantor({"shell", file}, "track add midi T\npart add 1 1.1.1.0 2.1.1.0\nsave\n");
-  const std::string fresh = newProject(dir, "t.vpr");
-  const auto r = runVantor({"shell", fresh}, script);
-  EXPECT_EQ(r.status, 1);
-  // Each bad line reported one error.
-  size_t errors = 0;
-  for (size_t at = r.err.find("error: "); at != std::string::npos; at = r.err.find("error: ", at + 1)) ++errors;
-  EXPECT_EQ(errors, std::size(lines)) << r.err;
-  // The saved state is the state after the good lines, unchanged by the rest.
-  const json a = info(file);
-  const json b = info(fresh);
-  EXPECT_EQ(a["tracks"], b["tracks"]);
-  EXPECT_EQ(a["tempo"], b["tempo"]);
-  EXPECT_EQ(a["signatures"], b["signatures"]);
-}
-
-TEST(CliShell, HelpListsTheLanguage) {
-  TempFolder dir;
-  const std::string file = newProject(dir);
-  const auto r = runVantor({"shell", file}, "help\nhelp track add\nquit\nthis line is never read\n");
-  EXPECT_EQ(r.status, 0) << r.err;
-  for (const char* verb : {"track add", "part add", "split", "nudge", "tempo", "signature", "marker add", "locators",
-                           "cycle", "undo", "redo", "history", "save as", "group create"}) {
-    EXPECT_NE(r.out.find("  " + std::string(verb)), std::string::npos) << verb;
-  }
-}
-
-TEST(CliShell, ALockedPartRefusesARenameThroughTheShell) {
+// The model's refusals (tested there) reach the user with their reasons;
+// events inside parts and locator markers are named as the shell names them.
+TEST(CliShell, RefusalsNameTheirReasonAndSaveNothing) {
   TempFolder dir;
   const std::string file = newProject(dir);
   ASSERT_EQ(runVantor({"shell", file},
-                      "track add midi Keys\ntrack add audio Voice\ntrack add marker Notes\n"
+                      "track add midi Keys\ntrack add audio Voice\n"
                       "part add 1 5.1.1.0 9.1.1.0 Verse\nevent add 1:1 5.1.1.0 5.2.1.0 Note\n"
                       "marker add 2.1.1.0 Intro\nmarker locators\nlock 1:1\nsave\n")
                 .status,
             0);
   const std::string before = slurp(file);
-  // Each refused line names its reason; `vantor edit` then saves nothing.
   const std::pair<const char*, const char*> refusals[] = {
       {"rename 1:1 Chorus", "part \"Verse\" is locked; unlock it first"},
-      {"move 1:1 1.1.1.0", "part \"Verse\" is locked"},
-      {"size 1:1 end 10.1.1.0", "part \"Verse\" is locked"},
-      {"split 1:1 6.1.1.0", "part \"Verse\" is locked"},
-      {"part add Voice 1.1.1.0 2.1.1.0", ""},  // audio parts are fine on an audio track: the control line
-      {"part add Notes 1.1.1.0 2.1.1.0", "the Marker track \"Notes\" holds no parts"},
       {"move 1:1:1 1.1.1.0 Voice", "\"Voice\" holds only audio parts"},
       {"event add 1:1 1.1.1.0 1.2.1.0", "an event must lie inside part \"Verse\""},
       {"event add 1:1:1 5.1.1.0 5.1.2.0", "lies inside a part and holds no events"},
@@ -175,20 +127,17 @@ TEST(CliShell, ALockedPartRefusesARenameThroughTheShell) {
   };
   for (const auto& [line, reason] : refusals) {
     const auto r = runVantor({"edit", file, "-e", line});
-    if (*reason == '\0') {
-      EXPECT_EQ(r.status, 0) << line << r.err;
-      ASSERT_EQ(runVantor({"shell", file}, "remove 2:1\nsave\n").status, 0);
-    } else {
-      EXPECT_EQ(r.status, 1) << line;
-      EXPECT_NE(r.err.find(reason), std::string::npos) << line << ": " << r.err;
-    }
+    EXPECT_EQ(r.status, 1) << line;
+    EXPECT_NE(r.err.find(reason), std::string::npos) << line << ": " << r.err;
     EXPECT_EQ(slurp(file), before) << line;
   }
   // Events inside a part are typed and listed on the song's time line, and
   // move with their part; locator markers are L and R, apart from marker 1,
-  // and a second `marker locators` adds no second set.
+  // and a second `marker locators` adds no second set. Nothing after quit
+  // is read.
   const auto r = runVantor({"shell", file},
-                           "unlock 1:1\nmove 1:1 3.1.1.0\nevents 1:1\nmarker locators\nmarker remove 1\nmarkers\n");
+                           "unlock 1:1\nmove 1:1 3.1.1.0\nevents 1:1\nmarker locators\nmarker remove 1\n"
+                           "markers\nquit\nthis line is never read\n");
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.out.find("1:1:1  \"Note\"  3.1.1.0 - 3.2.1.0"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("L  \"Left Locator\"  1.1.1.0  (locator marker)\nR  \"Right Locator\"  5.1.1.0"),

@@ -62,35 +62,14 @@ TEST_F(ShellSessionTest, AutoSavesByTheIntervalAndBacksUpOnRequest) {
   session.idle();  // a terminal session waiting at its prompt
   ASSERT_TRUE(std::filesystem::exists(autoSave));
   // The automatic save is a project that info reads; the project file is
-  // untouched, and the preferences record where the changes are.
+  // untouched (what else a save does is the document's, tested there).
   EXPECT_EQ(trackNames(autoSave), std::vector<std::string>{"A"});
   EXPECT_TRUE(trackNames(file).empty());
-  EXPECT_EQ(context.preferences.getString("Auto Save State"), autoSave);
 
   ASSERT_TRUE(session.execute("track add audio B"));
   ASSERT_TRUE(session.execute("save backup"));
   EXPECT_EQ(trackNames(file + ".bak"), (std::vector<std::string>{"A", "B"}));
   EXPECT_NE(out.str().find("saved backup " + file + ".bak\n"), std::string::npos) << out.str();
-
-  // A save makes the automatic save needless: it is removed.
-  ASSERT_TRUE(session.execute("save"));
-  EXPECT_FALSE(std::filesystem::exists(autoSave));
-  EXPECT_EQ(context.preferences.getString("Auto Save State"), "");
-  // Nothing changed since: no automatic save however long the session idles.
-  clock.advance(60 * kMinute);
-  session.idle();
-  EXPECT_FALSE(std::filesystem::exists(autoSave));
-}
-
-TEST_F(ShellSessionTest, AutoSaveOffWritesNothing) {
-  ASSERT_TRUE(context.preferences.override("Auto Save", "off"));
-  PDocument document(context.messages, context.preferences);
-  ASSERT_TRUE(cli::openProject(context, document, file, cli::OpenPurpose::kEdit));
-  cli::ShellSession session(context, document, clock);
-  ASSERT_TRUE(session.execute("track add midi A"));
-  clock.advance(600 * kMinute);
-  ASSERT_TRUE(session.execute("tracks"));
-  EXPECT_FALSE(std::filesystem::exists(autoSave));
 }
 
 // While a session has the project, edits and other sessions are refused

@@ -59,10 +59,5 @@ TEST(FAutoSavers, ASaverRemovedWhileTheListRunsIsSkipped) {
   EXPECT_EQ(log, std::vector<int>{1});
 }
 
-TEST(FAutoSavers, TheProgramHasOneList) {
-  EXPECT_EQ(&FAutoSavers::instance(), &FAutoSavers::instance());
-  EXPECT_STREQ(FAutoSavers::kName, "AutoSavers");
-}
-
 }  // namespace
 }  // namespace vantor

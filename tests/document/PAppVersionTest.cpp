@@ -4,16 +4,15 @@
 
 #include <regex>
 
-#include "DocumentTestSupport.h"
-#include "document/PDocumentInit.h"
+#include "PDocumentTestSupport.h"
 #include "document/PVersion.h"
-#include "foundation/FMemoryStream.h"
-#include "foundation/FObjectArchive.h"
 
 namespace vantor {
 namespace {
 
 using test::Bytes;
+using test::membersOf;
+using test::readMembers;
 
 TEST(PAppVersion, RunningProgramNamesProductVersionDateAndRevision) {
   const PAppVersion v = PAppVersion::current();
@@ -68,17 +67,10 @@ TEST(PAppVersion, ArchiveHoldsThreeStringsThenTheRevision) {
 
 TEST(PAppVersion, EveryTruncationOfTheMembersFailsAndLeavesZeroValues) {
   const PAppVersion v("App", "Version 9.9.9", "Dec 31 2099", 7);
-  FMemoryStream out;
-  out.setSwap(1);
-  FObjectArchive writer(out);
-  ASSERT_TRUE(v.writeToArchive(writer));
-  const Bytes members = out.takeData();
+  const Bytes members = membersOf(v);
   for (size_t cut = 0; cut < members.size(); ++cut) {
-    FMemoryStream in(members.data(), static_cast<int64_t>(cut));
-    in.setSwap(1);
-    FObjectArchive reader(in);
     PAppVersion back("stale", "stale", "stale", 99);
-    EXPECT_FALSE(back.readFromArchive(reader)) << cut;
+    EXPECT_FALSE(readMembers(Bytes(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(cut)), &back)) << cut;
     EXPECT_EQ(back.applicationName(), "");
     EXPECT_EQ(back.versionText(), "");
     EXPECT_EQ(back.buildDate(), "");

@@ -2,30 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "DocumentTestSupport.h"
-#include "document/PDocumentInit.h"
-#include "foundation/FMemoryStream.h"
-#include "foundation/FObjectArchive.h"
+#include "PDocumentTestSupport.h"
 
 namespace vantor {
 namespace {
 
 using test::Bytes;
-
-Bytes membersOf(const CmObject& object) {
-  FMemoryStream out;
-  out.setSwap(1);
-  FObjectArchive writer(out);
-  EXPECT_TRUE(object.writeToArchive(writer));
-  return out.takeData();
-}
-
-bool readMembers(const Bytes& bytes, CmObject* object) {
-  FMemoryStream in(bytes);
-  in.setSwap(1);
-  FObjectArchive reader(in);
-  return object->readFromArchive(reader);
-}
+using test::membersOf;
+using test::readMembers;
 
 TEST(PDeviceSetup, SettersKeepToTheAcceptedRanges) {
   PDeviceSetup setup;

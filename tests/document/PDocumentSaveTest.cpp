@@ -65,60 +65,44 @@ TEST_F(PDocumentSave, AFolderThatCannotHoldFilesFailsTheSave) {
   EXPECT_EQ(doc.workingDirectory(), "");
 }
 
-TEST_F(PDocumentSave, AReadOnlyFileAsksAndCancelLeavesItAlone) {
-  const std::string path = savedProject("song.vpr");
-  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
-  const Bytes before = test::readFile(path);
-  PDocument doc(messages, prefs);
-  fill(doc);
-  messages.clear();
-  EXPECT_FALSE(doc.save(path));  // no answer queued: the default, Cancel
-  ASSERT_EQ(messages.questions().size(), 1u);
-  EXPECT_EQ(messages.questions()[0],
-            "The project file is read only!\nDo you want to overwrite it or create a new file?");
-  EXPECT_TRUE(messages.messages().empty());
-  EXPECT_EQ(test::readFile(path), before);
-  EXPECT_EQ(doc.path(), "");
-
-  messages.clear();
-  messages.queueAnswer(PDocument::kCancel);
-  EXPECT_FALSE(doc.save(path));
-  EXPECT_EQ(test::readFile(path), before);
-}
-
-TEST_F(PDocumentSave, AReadOnlyFileCanBeOverwrittenAndStaysReadOnly) {
-  const std::string path = savedProject("song.vpr");
-  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
-  const Bytes before = test::readFile(path);
-  PDocument doc(messages, prefs);
-  fill(doc);
-  ASSERT_TRUE(doc.devices()->setSampleRate(88200));
-  messages.queueAnswer(PDocument::kOverwrite);
-  ASSERT_TRUE(doc.save(path));
-  EXPECT_EQ(messages.questions().size(), 1u);
-  EXPECT_NE(test::readFile(path), before);
-  EXPECT_EQ(test::modeOf(path), 0444u);
-  EXPECT_EQ(doc.path(), path);
-  PDocument back(messages, prefs);
-  ASSERT_TRUE(back.open(path));
-  EXPECT_EQ(back.devices()->sampleRate(), 88200);
-}
-
-TEST_F(PDocumentSave, AReadOnlyFileCanBeKeptByWritingANewFile) {
+// A read-only project asks: Cancel (also the default) leaves it alone, a new
+// file takes the next free name, and overwriting keeps the file read only.
+TEST_F(PDocumentSave, AReadOnlyFileAsksToCancelWriteANewFileOrOverwrite) {
   const std::string path = savedProject("song.vpr");
   ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
   test::writeText(dir.file("song-1.vpr"), "taken");
   const Bytes before = test::readFile(path);
   PDocument doc(messages, prefs);
   fill(doc);
+  messages.clear();
+  EXPECT_FALSE(doc.save(path));  // no answer queued
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0],
+            "The project file is read only!\nDo you want to overwrite it or create a new file?");
+  EXPECT_TRUE(messages.messages().empty());
+  messages.queueAnswer(PDocument::kCancel);
+  EXPECT_FALSE(doc.save(path));
+  EXPECT_EQ(test::readFile(path), before);
+  EXPECT_EQ(doc.path(), "");
+
   messages.queueAnswer(PDocument::kNewFile);
   ASSERT_TRUE(doc.save(path));
   EXPECT_EQ(test::readFile(path), before);
   EXPECT_EQ(test::readText(dir.file("song-1.vpr")), "taken");
   EXPECT_EQ(doc.path(), dir.file("song-2.vpr"));
+  PDocument newFile(messages, prefs);
+  ASSERT_TRUE(newFile.open(dir.file("song-2.vpr")));
+  EXPECT_EQ(newFile.devices()->sampleRate(), 44100);
+
+  ASSERT_TRUE(doc.devices()->setSampleRate(88200));
+  messages.queueAnswer(PDocument::kOverwrite);
+  ASSERT_TRUE(doc.save(path));
+  EXPECT_EQ(messages.questions().size(), 4u);
+  EXPECT_EQ(test::modeOf(path), 0444u);
+  EXPECT_EQ(doc.path(), path);
   PDocument back(messages, prefs);
-  ASSERT_TRUE(back.open(dir.file("song-2.vpr")));
-  EXPECT_EQ(back.devices()->sampleRate(), 44100);
+  ASSERT_TRUE(back.open(path));
+  EXPECT_EQ(back.devices()->sampleRate(), 88200);
 }
 
 TEST_F(PDocumentSave, AProjectThatCannotBeReplacedIsStoredAsANewFile) {
@@ -159,48 +143,41 @@ TEST_F(PDocumentSave, SavingUnderAnotherNameMovesAWorkingDirectoryThatFollowedTh
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("elsewhere")));
 }
 
-TEST_F(PDocumentSave, BackupHoldsTheSameProjectBesideTheFile) {
-  const std::string path = savedProject("song.vpr");
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(path));
-  ASSERT_TRUE(doc.saveBackup());
-  const std::string backup = dir.file("song.vpr.bak");
-  EXPECT_EQ(test::readFile(backup), test::readFile(path));
-  EXPECT_EQ(doc.path(), path);
-
-  ASSERT_TRUE(doc.devices()->setSampleRate(32000));
-  doc.markModified();
-  const Bytes project = test::readFile(path);
-  ASSERT_TRUE(doc.saveBackup());  // replaces the previous backup
-  EXPECT_TRUE(doc.isModified());
-  EXPECT_EQ(test::readFile(path), project);
-  PDocument back(messages, prefs);
-  ASSERT_TRUE(back.open(backup));
-  EXPECT_EQ(back.devices()->sampleRate(), 32000);
-}
-
-TEST_F(PDocumentSave, BackupFailuresAreReported) {
+TEST_F(PDocumentSave, BackupHoldsTheSameProjectBesideTheFileOrReportsWhyNot) {
   PDocument untitled(messages, prefs);
   EXPECT_FALSE(untitled.saveBackup());
   ASSERT_EQ(messages.messages().size(), 1u);
   EXPECT_EQ(messages.messages()[0].text, "The project has not been saved yet!\nSave it before making a backup.");
 
   const std::string path = savedProject("song.vpr");
+  const std::string backup = dir.file("song.vpr.bak");
   PDocument doc(messages, prefs);
   doc.setProgressHandler([](std::string_view) {});
   ASSERT_TRUE(doc.open(path));
   ASSERT_TRUE(doc.saveBackup());
-  const Bytes backup = test::readFile(dir.file("song.vpr.bak"));
+  EXPECT_EQ(test::readFile(backup), test::readFile(path));
+  EXPECT_EQ(doc.path(), path);
+
   ASSERT_TRUE(doc.devices()->setSampleRate(32000));
+  doc.markModified();
+  const Bytes project = test::readFile(path);
+  const Bytes first = test::readFile(backup);
   messages.clear();
   {
     test::TemporaryFailure full(ENOSPC);
     EXPECT_FALSE(doc.saveBackup());
   }
   ASSERT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(messages.messages()[0].text, "Can not write project file \"" + dir.file("song.vpr.bak") +
-                                             "\" !\nopen: No space left on device" + kUnchanged);
-  EXPECT_EQ(test::readFile(dir.file("song.vpr.bak")), backup);
+  EXPECT_EQ(messages.messages()[0].text,
+            "Can not write project file \"" + backup + "\" !\nopen: No space left on device" + kUnchanged);
+  EXPECT_EQ(test::readFile(backup), first);
+
+  ASSERT_TRUE(doc.saveBackup());  // replaces the previous backup
+  EXPECT_TRUE(doc.isModified());
+  EXPECT_EQ(test::readFile(path), project);
+  PDocument back(messages, prefs);
+  ASSERT_TRUE(back.open(backup));
+  EXPECT_EQ(back.devices()->sampleRate(), 32000);
 }
 
 // A project open for editing in one document is refused to every other

@@ -14,11 +14,30 @@
 #include "document/PDocumentInit.h"
 #include "document/PPreferences.h"
 #include "document/PWindowLayouts.h"
+#include "foundation/FMemoryStream.h"
+#include "foundation/FObjectArchive.h"
 #include "foundation/FUserMessages.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 
 namespace vantor::test {
+
+// The members object writes, without the archive's header and class table.
+inline Bytes membersOf(const CmObject& object) {
+  FMemoryStream out;
+  out.setSwap(1);
+  FObjectArchive writer(out);
+  EXPECT_TRUE(object.writeToArchive(writer));
+  return out.takeData();
+}
+
+// Reads members written by membersOf into object.
+inline bool readMembers(const Bytes& bytes, CmObject* object) {
+  FMemoryStream in(bytes);
+  in.setSwap(1);
+  FObjectArchive reader(in);
+  return object->readFromArchive(reader);
+}
 
 class DocumentTest : public ::testing::Test {
  protected:

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <vector>
+
 #include "PDocumentTestSupport.h"
 
 namespace vantor {
@@ -36,21 +39,18 @@ class PDocumentWorkingDirectory : public test::DocumentTest {
   std::string newPath;
 };
 
+// Opened where it was saved, or through a link to that file, the project
+// has not moved.
 TEST_F(PDocumentWorkingDirectory, AProjectInItsOwnFolderAsksNothing) {
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(oldPath));
-  EXPECT_TRUE(messages.questions().empty());
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
-  EXPECT_FALSE(doc.isModified());
-}
-
-TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) {
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(newPath));
-  ASSERT_EQ(messages.questions().size(), 1u);
-  EXPECT_EQ(messages.questions()[0], movedQuestion());
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("new")));
-  EXPECT_TRUE(doc.isModified());
+  const std::string link = dir.file("chosen/link.vpr");
+  ASSERT_EQ(::symlink(oldPath.c_str(), link.c_str()), 0);
+  for (const std::string& path : {oldPath, link}) {
+    PDocument doc(messages, prefs);
+    ASSERT_TRUE(doc.open(path));
+    EXPECT_TRUE(messages.questions().empty()) << path;
+    EXPECT_EQ(doc.workingDirectory(), real(dir.file("old"))) << path;
+    EXPECT_FALSE(doc.isModified());
+  }
 }
 
 TEST_F(PDocumentWorkingDirectory, OpenedForReadingAMovedProjectOnlyGetsANote) {
@@ -65,59 +65,63 @@ TEST_F(PDocumentWorkingDirectory, OpenedForReadingAMovedProjectOnlyGetsANote) {
   EXPECT_FALSE(doc.isModified());
 }
 
-TEST_F(PDocumentWorkingDirectory, TheOldFolderCanBeKept) {
+// A moved project asks: the new folder is the default and marks the project
+// changed; the old folder can be kept, and is kept through a save.
+TEST_F(PDocumentWorkingDirectory, AMovedProjectAsksAndTheNewFolderIsTheDefault) {
+  PDocument moved(messages, prefs);
+  ASSERT_TRUE(moved.open(newPath));
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0], movedQuestion());
+  EXPECT_EQ(moved.workingDirectory(), real(dir.file("new")));
+  EXPECT_TRUE(moved.isModified());
+
   PDocument doc(messages, prefs);
   messages.queueAnswer(PDocument::kKeepOldDirectory);
   ASSERT_TRUE(doc.open(newPath));
-  EXPECT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions().size(), 2u);
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
   EXPECT_FALSE(doc.isModified());
-  // Saved where it now lies, the project keeps the folder it was given.
   ASSERT_TRUE(doc.save());
   PDocument again(messages, prefs);
-  messages.clear();
   messages.queueAnswer(PDocument::kKeepOldDirectory);
   ASSERT_TRUE(again.open(newPath));
-  EXPECT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions().size(), 3u);
 }
 
+// A read-only new folder: the user is asked for folders until one is
+// writable; cancelling the choice, or having no chooser, keeps the old one.
 TEST_F(PDocumentWorkingDirectory, AReadOnlyNewFolderAsksForAnotherUntilAUsableOne) {
   ASSERT_EQ(::chmod(dir.file("new").c_str(), 0555), 0);
   ASSERT_EQ(::chmod(dir.file("locked").c_str(), 0555), 0);
-  PDocument doc(messages, prefs);
-  doc.setProgressHandler([](std::string_view) {});
-  std::vector<std::string> offers = {dir.file("locked"), dir.file("chosen")};
-  size_t asked = 0;
-  doc.setDirectoryChooser([&]() -> std::optional<std::string> { return offers[asked++]; });
-  ASSERT_TRUE(doc.open(newPath));
-  EXPECT_EQ(asked, 2u);
-  ASSERT_EQ(messages.messages().size(), 2u);
-  EXPECT_EQ(messages.messages()[0].severity, Severity::kWarning);
-  EXPECT_EQ(messages.messages()[0].text,
-            "The project has been moved to a location that is read only!\n"
-            "Please select a new project working directory!");
-  EXPECT_EQ(messages.messages()[1].text, "The project directory is read only!\n\nPlease make a new selection!");
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("chosen")));
-}
-
-TEST_F(PDocumentWorkingDirectory, CancellingTheChoiceKeepsTheOldFolder) {
-  ASSERT_EQ(::chmod(dir.file("new").c_str(), 0555), 0);
-  PDocument doc(messages, prefs);
-  doc.setProgressHandler([](std::string_view) {});
-  int asked = 0;
-  doc.setDirectoryChooser([&]() -> std::optional<std::string> {
-    ++asked;
-    return std::nullopt;
-  });
-  ASSERT_TRUE(doc.open(newPath));
-  EXPECT_EQ(asked, 1);
-  EXPECT_EQ(messages.messages().size(), 1u);
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
-
-  // Without a chooser the old folder stays as well.
-  PDocument plain(messages, prefs);
-  ASSERT_TRUE(plain.open(newPath));
-  EXPECT_EQ(plain.workingDirectory(), real(dir.file("old")));
+  const struct {
+    std::vector<std::optional<std::string>> offers;
+    size_t messages;
+    std::string folder;
+  } rows[] = {
+      {{dir.file("locked"), dir.file("chosen")}, 2, dir.file("chosen")},
+      {{std::nullopt}, 1, dir.file("old")},
+      {{}, 1, dir.file("old")},
+  };
+  for (const auto& row : rows) {
+    messages.clear();
+    PDocument doc(messages, prefs);
+    doc.setProgressHandler([](std::string_view) {});
+    size_t asked = 0;
+    if (!row.offers.empty()) {
+      doc.setDirectoryChooser([&]() -> std::optional<std::string> { return row.offers[asked++]; });
+    }
+    ASSERT_TRUE(doc.open(newPath));
+    EXPECT_EQ(asked, row.offers.size());
+    ASSERT_EQ(messages.messages().size(), row.messages) << row.folder;
+    EXPECT_EQ(messages.messages()[0].severity, Severity::kWarning);
+    EXPECT_EQ(messages.messages()[0].text,
+              "The project has been moved to a location that is read only!\n"
+              "Please select a new project working directory!");
+    if (row.messages == 2) {
+      EXPECT_EQ(messages.messages()[1].text, "The project directory is read only!\n\nPlease make a new selection!");
+    }
+    EXPECT_EQ(doc.workingDirectory(), real(row.folder));
+  }
 }
 
 TEST_F(PDocumentWorkingDirectory, AChosenDirectoryMustBeWritable) {
@@ -136,15 +140,6 @@ TEST_F(PDocumentWorkingDirectory, AChosenDirectoryMustBeWritable) {
   EXPECT_TRUE(std::filesystem::is_directory(dir.file("chosen/audio")));
   EXPECT_EQ(doc.workingDirectory(), real(dir.file("chosen/audio")));
   EXPECT_TRUE(doc.isModified());
-}
-
-TEST_F(PDocumentWorkingDirectory, AProjectOpenedThroughALinkBelongsToTheLinkedFilesFolder) {
-  const std::string link = dir.file("chosen/link.vpr");
-  ASSERT_EQ(::symlink(oldPath.c_str(), link.c_str()), 0);
-  PDocument doc(messages, prefs);
-  ASSERT_TRUE(doc.open(link));
-  EXPECT_TRUE(messages.questions().empty());
-  EXPECT_EQ(doc.workingDirectory(), real(dir.file("old")));
 }
 
 }  // namespace

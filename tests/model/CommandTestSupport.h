@@ -88,14 +88,24 @@ std::vector<uint8_t> snapshot(const CmObject* root);
 // The tags of node's events in their order.
 std::vector<int32_t> tagsOf(MDataNode& node);
 
-// The fixture of every test that records commands in an undo history. The
-// undo limit is one global value ("Maximum Undo"); each test starts with it
-// unlimited and the fixture restores the value it found, whatever the test
-// set. Base is ::testing::Test or ::testing::TestWithParam<T>.
+// An object that records the messages it is sent.
+class Listener : public CmObject {
+ public:
+  using CmObject::update;
+  void update(CmObject*, int message) override { messages.push_back(message); }
+  std::vector<int> messages;
+};
+
+// The fixture of every test that records commands in an undo history: the
+// model and the test classes initialised. The undo limit is one global value
+// ("Maximum Undo"); each test starts with it unlimited and the fixture
+// restores the value it found, whatever the test set. Base is
+// ::testing::Test or ::testing::TestWithParam<T>.
 template <class Base = ::testing::Test>
 class UndoLimitFixture : public Base {
  protected:
   void SetUp() override {
+    initializeCommandTests();
     saved_ = undoLimit();
     setUndoLimit(-1);
   }

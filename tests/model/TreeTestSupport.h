@@ -3,6 +3,8 @@
 // archive round trips through memory, and a sample project that uses every
 // kind of track, an aliased part and a virtual group.
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -37,6 +39,29 @@ void initializeTreeTests();
 std::vector<uint8_t> saveArchive(const CmObject* root, bool* ok = nullptr);
 // Reads an archive from bytes; ok reports whether it was valid.
 FRef<CmObject> loadArchive(const std::vector<uint8_t>& bytes, bool* ok = nullptr);
+
+// The fixture of the tree tests.
+class TreeTest : public ::testing::Test {
+ protected:
+  void SetUp() override { initializeTreeTests(); }
+};
+
+// object saved and read back as its own class; the copy must save to the
+// same bytes. Null when the read fails.
+template <class T>
+FRef<T> roundTrip(const T& object) {
+  bool ok = false;
+  const std::vector<uint8_t> bytes = saveArchive(&object, &ok);
+  EXPECT_TRUE(ok);
+  FRef<CmObject> loaded = loadArchive(bytes, &ok);
+  EXPECT_TRUE(ok);
+  auto* typed = dynamic_cast<T*>(loaded.get());
+  EXPECT_NE(typed, nullptr);
+  if (typed != nullptr) {
+    EXPECT_EQ(saveArchive(typed), bytes) << "not byte for byte";
+  }
+  return FRef<T>::share(typed);
+}
 
 // A part of count notes, one every 120 pulses from 0, pitches cycling.
 FRef<MPartEvent> makePart(const char* name, double start, int count);

@@ -16,20 +16,9 @@
 namespace vantor {
 namespace {
 
-class Listener : public CmObject {
- public:
-  using CmObject::update;
-  void update(CmObject*, int message) override { messages.push_back(message); }
-  std::vector<int> messages;
-};
+using cmdtest::Listener;
 
-class CommandNode : public cmdtest::UndoLimitTest {
- protected:
-  void SetUp() override {
-    cmdtest::UndoLimitTest::SetUp();
-    cmdtest::initializeCommandTests();
-  }
-};
+using CommandNode = cmdtest::UndoLimitTest;
 
 TEST_F(CommandNode, SetNodeExchangesTheContent) {
   FRef<MListNode> holder = makeRef<MListNode>();

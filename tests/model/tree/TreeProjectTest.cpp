@@ -22,27 +22,10 @@ namespace {
 
 using treetest::buildSampleProject;
 using treetest::loadArchive;
+using treetest::roundTrip;
 using treetest::saveArchive;
 
-class TreeProject : public ::testing::Test {
- protected:
-  void SetUp() override { treetest::initializeTreeTests(); }
-};
-
-// root saved and read back; the copy must save to the same bytes.
-FRef<MRoot> reload(const MRoot& root) {
-  bool ok = false;
-  const auto bytes = saveArchive(&root, &ok);
-  EXPECT_TRUE(ok);
-  FRef<CmObject> object = loadArchive(bytes, &ok);
-  EXPECT_TRUE(ok);
-  auto* loaded = dynamic_cast<MRoot*>(object.get());
-  EXPECT_NE(loaded, nullptr);
-  if (loaded != nullptr) {
-    EXPECT_EQ(saveArchive(loaded), bytes) << "not byte for byte";
-  }
-  return FRef<MRoot>::share(loaded);
-}
+using TreeProject = treetest::TreeTest;
 
 MTrackEvent* trackNamed(MTrackList& list, const std::string& name) {
   for (size_t i = 0; i < list.count(); ++i) {
@@ -86,7 +69,7 @@ TEST_F(TreeProject, CreateNewBuildsACompleteEmptyProject) {
 
 TEST_F(TreeProject, RoundTripKeepsTheContentAliasesAndGroups) {
   FRef<MRoot> original = buildSampleProject();
-  FRef<MRoot> root = reload(*original);
+  FRef<MRoot> root = roundTrip(*original);
   MProject* project = root->getProject();
   ASSERT_NE(project, nullptr);
   EXPECT_EQ(project->getWorkingDirectory(), "/tmp/songs");
@@ -148,7 +131,7 @@ TEST_F(TreeProject, RoundTripKeepsTheContentAliasesAndGroups) {
 }
 
 TEST_F(TreeProject, RootAndProjectLinkWithoutACycle) {
-  FRef<MRoot> root = reload(*buildSampleProject());
+  FRef<MRoot> root = roundTrip(*buildSampleProject());
   MProject* project = root->getProject();
   ASSERT_NE(project, nullptr);
   EXPECT_EQ(project->getRoot(), root.get());
@@ -182,7 +165,7 @@ TEST_F(TreeProject, EventIDsSurviveARoundTrip) {
   std::map<uint32_t, std::string> before;
   original->getProject()->forEachEvent(
       [&before](MEvent& e) { before.emplace(e.getID(), std::string(e.getClassName())); });
-  FRef<MRoot> root = reload(*original);
+  FRef<MRoot> root = roundTrip(*original);
   std::map<uint32_t, std::string> after;
   MProject* project = root->getProject();
   project->forEachEvent([&](MEvent& e) {
@@ -321,7 +304,7 @@ TEST_F(TreeProject, AMillionEventsLoadInBulk) {
   EXPECT_EQ(project.eventIDs().size(), count);
 
   // Saved and read back whole, with every ID in place.
-  FRef<MRoot> loaded = reload(*root);
+  FRef<MRoot> loaded = roundTrip(*root);
   MProject& copy = *loaded->getProject();
   ASSERT_EQ(copy.getTrackList()->count(), 1000u);
   MEvent* found = copy.findEvent(last->getID());

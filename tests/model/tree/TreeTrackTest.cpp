@@ -20,22 +20,8 @@ namespace {
 using treetest::loadArchive;
 using treetest::saveArchive;
 
-class TreeTrack : public ::testing::Test {
- protected:
-  void SetUp() override { treetest::initializeTreeTests(); }
-};
-
-template <class T>
-FRef<T> roundTrip(const T& object) {
-  bool ok = false;
-  const auto bytes = saveArchive(&object, &ok);
-  EXPECT_TRUE(ok);
-  FRef<CmObject> loaded = loadArchive(bytes, &ok);
-  EXPECT_TRUE(ok);
-  auto* typed = dynamic_cast<T*>(loaded.get());
-  EXPECT_NE(typed, nullptr);
-  return FRef<T>::share(typed);
-}
+using TreeTrack = treetest::TreeTest;
+using treetest::roundTrip;
 
 bool containsWord(const std::vector<uint8_t>& bytes, uint32_t word) {
   // The stream is little-endian: the lowest byte comes first.
@@ -56,21 +42,6 @@ TEST_F(TreeTrack, AttributeCodesHoldTheLettersFirstLetterHighest) {
   EXPECT_EQ(MTrackAttribute::kControl, 0x4374726Cu);
 }
 
-TEST_F(TreeTrack, MissingAttributesReadAsTheirDefaults) {
-  auto track = MProject::createTrack("MIDI", "Plain");
-  FRef<MTrackEvent> loaded = roundTrip(*track);
-  EXPECT_TRUE(loaded->attributes().empty());
-  for (uint32_t code : {MTrackAttribute::kExpanded, MTrackAttribute::kSolo, MTrackAttribute::kColor,
-                        MTrackAttribute::kSelected, MTrackAttribute::kEditEnabled, MTrackAttribute::kControl}) {
-    EXPECT_EQ(loaded->getAttribute(code), 0);
-    EXPECT_FALSE(loaded->hasAttribute(code));
-  }
-  EXPECT_FALSE(loaded->isExpanded());
-  EXPECT_FALSE(loaded->isSolo());
-  EXPECT_FALSE(loaded->isTrackSelected());
-  EXPECT_EQ(loaded->getName(), "Plain");
-}
-
 TEST_F(TreeTrack, OnlyAttributesOffTheirDefaultAreWritten) {
   auto track = MProject::createTrack("Audio", "A");
   track->setAttribute(MTrackAttribute::kSolo, 1);
@@ -82,10 +53,15 @@ TEST_F(TreeTrack, OnlyAttributesOffTheirDefaultAreWritten) {
   EXPECT_TRUE(containsWord(bytes, MTrackAttribute::kSolo));
   EXPECT_TRUE(containsWord(bytes, MTrackAttribute::kControl));
   EXPECT_FALSE(containsWord(bytes, MTrackAttribute::kColor));
+  // Missing codes read as their defaults.
   FRef<MTrackEvent> loaded = roundTrip(*track);
   EXPECT_EQ(loaded->getAttribute(MTrackAttribute::kSolo), 1);
   EXPECT_EQ(loaded->getAttribute(MTrackAttribute::kControl), -3);
   EXPECT_EQ(loaded->getAttribute(MTrackAttribute::kColor), 0);
+  EXPECT_FALSE(loaded->hasAttribute(MTrackAttribute::kColor));
+  EXPECT_FALSE(loaded->isExpanded());
+  EXPECT_FALSE(loaded->isTrackSelected());
+  EXPECT_EQ(loaded->getName(), "A");
   // Codes the program does not know are kept too.
   track->setAttribute(fourCC("Zoom"), 4);
   EXPECT_EQ(roundTrip(*track)->getAttribute(fourCC("Zoom")), 4);

@@ -15,10 +15,7 @@
 namespace vantor {
 namespace {
 
-class TreeUpdater : public ::testing::Test {
- protected:
-  void SetUp() override { treetest::initializeTreeTests(); }
-};
+using TreeUpdater = treetest::TreeTest;
 
 // Whether a thread other than the caller gets the read side now.
 bool readableElsewhere(MRootUpdater& updater) {

@@ -15,11 +15,6 @@ using Log = std::vector<std::string>;
 
 class CommandMacro : public cmdtest::UndoLimitTest {
  protected:
-  void SetUp() override {
-    cmdtest::UndoLimitTest::SetUp();
-    cmdtest::initializeCommandTests();
-  }
-
   FRef<LogCommand> sub(const std::string& name) { return FRef<LogCommand>(new LogCommand(&log_, name)); }
   std::vector<uint16_t> states(const MMacroCommand& macro) {
     std::vector<uint16_t> out;

@@ -19,21 +19,10 @@ namespace {
 
 using cmdtest::LogCommand;
 
-// Counts the messages an object announces.
-class Listener : public CmObject {
- public:
-  using CmObject::update;
-  void update(CmObject*, int message) override { messages.push_back(message); }
-  std::vector<int> messages;
-};
+using cmdtest::Listener;
 
 class UndoManagerFixture : public cmdtest::UndoLimitTest {
  protected:
-  void SetUp() override {
-    cmdtest::UndoLimitTest::SetUp();
-    cmdtest::initializeCommandTests();
-  }
-
   FRef<MCommand> log(const std::string& name) { return FRef<MCommand>(new LogCommand(&log_, name)); }
   // A nudge of event to start (a command that unites with nudges of the
   // same event).

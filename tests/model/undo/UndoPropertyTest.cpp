@@ -416,13 +416,7 @@ FRef<MRoot> buildProject(uint32_t seed) {
   return root;
 }
 
-class UndoProperty : public cmdtest::UndoLimitFixture<::testing::TestWithParam<uint32_t>> {
- protected:
-  void SetUp() override {
-    UndoLimitFixture::SetUp();
-    cmdtest::initializeCommandTests();
-  }
-};
+using UndoProperty = cmdtest::UndoLimitFixture<::testing::TestWithParam<uint32_t>>;
 
 TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
   const uint32_t seed = GetParam();
