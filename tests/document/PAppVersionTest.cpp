@@ -11,8 +11,8 @@ namespace vantor {
 namespace {
 
 using test::Bytes;
+using test::expectEveryTruncationFails;
 using test::membersOf;
-using test::readMembers;
 
 TEST(PAppVersion, RunningProgramNamesProductVersionDateAndRevision) {
   const PAppVersion v = PAppVersion::current();
@@ -67,15 +67,12 @@ TEST(PAppVersion, ArchiveHoldsThreeStringsThenTheRevision) {
 
 TEST(PAppVersion, EveryTruncationOfTheMembersFailsAndLeavesZeroValues) {
   const PAppVersion v("App", "Version 9.9.9", "Dec 31 2099", 7);
-  const Bytes members = membersOf(v);
-  for (size_t cut = 0; cut < members.size(); ++cut) {
-    PAppVersion back("stale", "stale", "stale", 99);
-    EXPECT_FALSE(readMembers(Bytes(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(cut)), &back)) << cut;
-    EXPECT_EQ(back.applicationName(), "");
-    EXPECT_EQ(back.versionText(), "");
-    EXPECT_EQ(back.buildDate(), "");
-    EXPECT_EQ(back.revision(), 0);
-  }
+  expectEveryTruncationFails(
+      membersOf(v), [] { return makeRef<PAppVersion>("stale", "stale", "stale", 99); },
+      [](const PAppVersion& back) {
+        return back.applicationName().empty() && back.versionText().empty() && back.buildDate().empty() &&
+               back.revision() == 0;
+      });
 }
 
 TEST(PAppVersion, HigherRevisionIsNewerWithAWarningNamingTheProgram) {

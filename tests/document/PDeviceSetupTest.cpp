@@ -8,6 +8,7 @@ namespace vantor {
 namespace {
 
 using test::Bytes;
+using test::expectEveryTruncationFails;
 using test::membersOf;
 using test::readMembers;
 
@@ -63,12 +64,8 @@ TEST(PDeviceSetup, DamagedMembersAreRefusedAndLeaveTheSetupAlone) {
   PDeviceSetup good;
   good.setPorts(PPortKind::kMidiOutput, {"Synth", "Drums"});
   const Bytes members = membersOf(good);
-  // Every truncation fails.
-  for (size_t cut = 0; cut < members.size(); ++cut) {
-    PDeviceSetup back;
-    EXPECT_FALSE(readMembers(Bytes(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(cut)), &back)) << cut;
-    EXPECT_TRUE(back.sameAs(PDeviceSetup()));
-  }
+  expectEveryTruncationFails(
+      members, [] { return makeRef<PDeviceSetup>(); }, [](const PDeviceSetup& s) { return s.sameAs(PDeviceSetup()); });
   // A sample rate of 0, a block size of 1, and a name count far beyond the
   // bytes that follow.
   Bytes zeroRate = members;

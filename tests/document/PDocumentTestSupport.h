@@ -39,6 +39,19 @@ inline bool readMembers(const Bytes& bytes, CmObject* object) {
   return object->readFromArchive(reader);
 }
 
+// Every cut of members short of its whole length fails to read into a fresh
+// object (made by fresh()) and leaves it as pristine() expects: a failed
+// read yields zero values.
+template <class Fresh, class Pristine>
+void expectEveryTruncationFails(const Bytes& members, Fresh fresh, Pristine pristine) {
+  for (size_t cut = 0; cut < members.size(); ++cut) {
+    auto back = fresh();
+    EXPECT_FALSE(readMembers(Bytes(members.begin(), members.begin() + static_cast<std::ptrdiff_t>(cut)), &*back))
+        << cut;
+    EXPECT_TRUE(pristine(*back)) << cut;
+  }
+}
+
 class DocumentTest : public ::testing::Test {
  protected:
   void SetUp() override {

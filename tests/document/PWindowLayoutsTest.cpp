@@ -10,6 +10,7 @@ namespace vantor {
 namespace {
 
 using test::Bytes;
+using test::expectEveryTruncationFails;
 using test::membersOf;
 using test::readMembers;
 
@@ -66,11 +67,9 @@ TEST(PWindowLayouts, DamagedRecordsAreRefusedAndLeaveTheSetAlone) {
     ASSERT_TRUE(readMembers(good, &back));
     EXPECT_EQ(back.activeLayout(), "A");
   }
-  for (size_t cut = 0; cut < good.size(); ++cut) {
-    PWindowLayouts back;
-    EXPECT_FALSE(readMembers(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(cut)), &back)) << cut;
-    EXPECT_TRUE(back.sameAs(PWindowLayouts()));
-  }
+  expectEveryTruncationFails(
+      good, [] { return makeRef<PWindowLayouts>(); },
+      [](const PWindowLayouts& l) { return l.sameAs(PWindowLayouts()); });
   Bytes activeMissing = good;
   activeMissing[4] = 'B';
   Bytes noLayouts = {0, 0, 0, 2, 'A', 0, 0, 0, 0, 0};
