@@ -27,14 +27,7 @@ void guard(std::optional<MRootUpdater::WriteGuard>& guard, CmObject* target) {
 
 GUndoAction::GUndoAction(FRef<MCommand> command, CmObject* target, std::string description)
     : command_(std::move(command)), target_(target), description_(std::move(description)) {
-  if (target_ != nullptr && target_->isReferenceCounted()) {
-    target_->retain();
-    targetRetained_ = true;
-  }
-}
-
-GUndoAction::~GUndoAction() {
-  if (targetRetained_) target_->release();
+  if (target_ != nullptr && target_->isReferenceCounted()) keptTarget_ = FRef<CmObject>::share(target_);
 }
 
 // ---- GMaxUndoValue ----------------------------------------------------------

@@ -30,7 +30,6 @@ class GUndoAction : public FShared {
   // target may be null; a reference-counted target is retained, any other
   // target must outlive the action.
   GUndoAction(FRef<MCommand> command, CmObject* target, std::string description);
-  ~GUndoAction() override;
   GUndoAction(const GUndoAction&) = delete;
   GUndoAction& operator=(const GUndoAction&) = delete;
 
@@ -44,7 +43,7 @@ class GUndoAction : public FShared {
  private:
   FRef<MCommand> command_;
   CmObject* target_ = nullptr;
-  bool targetRetained_ = false;
+  FRef<CmObject> keptTarget_;  // holds a reference-counted target alive
   bool performed_ = false;
   std::string description_;
 };
