@@ -120,4 +120,19 @@ class UndoLimitFixture : public Base {
 
 using UndoLimitTest = UndoLimitFixture<>;
 
+// The fixture of the tests that edit one list node of test events: add()
+// puts an event (start, length, tag) into node_.
+class ListNodeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    initializeCommandTests();
+    node_ = makeRef<MListNode>();
+  }
+  MEvent* add(double start, double length, int32_t tag) { return put(*node_, makeEvent(start, length, 0, tag)); }
+  static FRef<MEvent> share(MEvent* event) { return FRef<MEvent>::share(event); }
+  FRef<MDataNode> node() { return FRef<MDataNode>(node_); }
+
+  FRef<MListNode> node_;
+};
+
 }  // namespace vantor::cmdtest

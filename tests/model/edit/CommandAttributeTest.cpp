@@ -15,16 +15,10 @@ namespace {
 
 using Tags = std::vector<int32_t>;
 
-class CommandAttribute : public ::testing::Test {
+class CommandAttribute : public cmdtest::ListNodeTest {
  protected:
-  void SetUp() override {
-    cmdtest::initializeCommandTests();
-    node_ = makeRef<MListNode>();
-  }
-  MEvent* add(double start, int32_t tag) { return cmdtest::put(*node_, cmdtest::makeEvent(start, 10, 0, tag)); }
-  static FRef<MEvent> share(MEvent* event) { return FRef<MEvent>::share(event); }
-
-  FRef<MListNode> node_;
+  using ListNodeTest::add;
+  MEvent* add(double start, int32_t tag) { return add(start, 10, tag); }
 };
 
 TEST_F(CommandAttribute, PriorityBringsToFrontAndSendsToBackAmongEqualStarts) {

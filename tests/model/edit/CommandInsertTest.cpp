@@ -12,20 +12,7 @@ namespace {
 
 using Tags = std::vector<int32_t>;
 
-class CommandInsert : public ::testing::Test {
- protected:
-  void SetUp() override {
-    cmdtest::initializeCommandTests();
-    node_ = makeRef<MListNode>();
-  }
-  MEvent* add(double start, double length, int32_t tag) {
-    return cmdtest::put(*node_, cmdtest::makeEvent(start, length, 0, tag));
-  }
-  static FRef<MEvent> share(MEvent* event) { return FRef<MEvent>::share(event); }
-  FRef<MDataNode> node() { return FRef<MDataNode>(node_); }
-
-  FRef<MListNode> node_;
-};
+using CommandInsert = cmdtest::ListNodeTest;
 
 TEST_F(CommandInsert, InsertPlacesByStartAndUndoTakesOut) {
   add(0, 10, 1);

@@ -33,20 +33,7 @@ std::vector<Placed> layout(MDataNode& node) {
   return out;
 }
 
-class CommandComposite : public ::testing::Test {
- protected:
-  void SetUp() override {
-    cmdtest::initializeCommandTests();
-    node_ = makeRef<MListNode>();
-  }
-  MEvent* add(double start, double length, int32_t tag) {
-    return cmdtest::put(*node_, cmdtest::makeEvent(start, length, 0, tag));
-  }
-  static FRef<MEvent> share(MEvent* event) { return FRef<MEvent>::share(event); }
-  FRef<MDataNode> node() { return FRef<MDataNode>(node_); }
-
-  FRef<MListNode> node_;
-};
+using CommandComposite = cmdtest::ListNodeTest;
 
 TEST_F(CommandComposite, RemoveOverlapsTrimsRemovesAndCutsAroundTheEditedEvent) {
   // Edited event 3: 1000..2000.
