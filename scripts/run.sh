@@ -9,4 +9,10 @@ cmake --preset default
 # Only the command itself: tests and benchmarks are built by scripts/test.sh.
 cmake --build --preset default -j2 --target vantor
 
-build/default/vantor demo "${1:-${TMPDIR:-/tmp}/vantor-demo.vpr}"
+if (( $# == 0 )); then
+  # The built-in default is this script's own scratch file: each run replaces
+  # it. A file named by the user is never replaced.
+  build/default/vantor demo --force "${TMPDIR:-/tmp}/vantor-demo.vpr"
+else
+  build/default/vantor demo "$1"
+fi
