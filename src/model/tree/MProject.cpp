@@ -340,7 +340,12 @@ bool MProject::readMembers(FObjectArchive& archive) {
   setSignatureTrack(std::move(signature));
   if (trackList) trackList_ = std::move(trackList);
   if (autoFade) autoFade_ = std::move(autoFade);
-  ids_.setNextID(nextID);
+  // The next ID follows the tree, as it is saved (savedNextID), not the
+  // stored counter: a damaged or foreign counter (the last ID, or one far
+  // above the tree's) would otherwise leave events without IDs or number new
+  // ones differently from the file this program writes back.
+  (void)nextID;
+  ids_.setNextID(savedNextID());
   assignEventIDs();
   resolveVirtualGroups();
   return true;
