@@ -79,18 +79,8 @@ bool setSignature(ShellSession& s, const ShellArgs& a) {
   MSignatureValues values;
   std::string error;
   if (!parseSignature(a[1], &values.numerator, &values.denominator, &error)) return s.fail(error);
-  // A signature starts on a bar line; one inside a bar is refused, not
-  // moved to the nearest line, so that nothing lands where the user did
-  // not say.
+  // The command refuses a position inside a bar and says why.
   const auto position = static_cast<int32_t>(*at + 0.5);
-  const MSignatureTrackNode& track = signatureNode(s);
-  if (!MTimeRange::isBarLine(track, position)) {
-    const int64_t bar = track.barNumberAt(position);
-    return s.fail("a signature starts on a bar line: " + a[0] + " lies inside bar " + std::to_string(bar) + " (bars " +
-                  std::to_string(bar) + " and " + std::to_string(bar + 1) + " start at " +
-                  s.positions().formatBars(static_cast<double>(track.barStart(bar))).value_or("?") + " and " +
-                  s.positions().formatBars(static_cast<double>(track.barStart(bar + 1))).value_or("?") + ")");
-  }
   return s.perform(
       makeRef<MTimeSignatureCommand>(FRef<MSignatureTrackNode>::share(&signatureNode(s)), position, values));
 }

@@ -142,7 +142,15 @@ bool MTimeSignatureCommand::performModify(MSignatureTrackNode& track) {
 
 bool MTimeSignatureCommand::performAdd(MSignatureTrackNode& track) {
   FRef<MAccessor> accessor = track.getWriteAccessor();
-  if (!accessor || !MTimeRange::isBarLine(track, position_)) return false;
+  if (!accessor) return false;
+  // A signature starts on a bar line; one inside a bar is refused, not moved
+  // to the nearest line, so that nothing lands where the user did not say.
+  if (!MTimeRange::isBarLine(track, position_)) {
+    const std::string bar = std::to_string(track.barNumberAt(position_));
+    const std::string next = std::to_string(track.barNumberAt(position_) + 1);
+    return refuse("a signature starts on a bar line: the position lies inside bar " + bar + ", between " + bar +
+                  ".1.1.0 and " + next + ".1.1.0");
+  }
   // The bar length that ruled the position before: the later signatures'
   // bar numbers were counted with it.
   const MTimeSignatureEvent* before = track.signatureAt(position_);
