@@ -39,7 +39,7 @@ int runNew(CliContext& context, const std::string& path, const std::string& temp
   uint16_t numerator = 4;
   uint16_t denominator = 4;
   std::string error;
-  if (!parseSignature(signature, &numerator, &denominator, &error)) {
+  if (!MTimeRange::parseSignature(signature, &numerator, &denominator, &error)) {
     context.messages.report(FUserMessages::Severity::kError, error);
     return kExitUsage;
   }

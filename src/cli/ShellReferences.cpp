@@ -4,10 +4,9 @@
 #include <string_view>
 
 #include "cli/ShellSession.h"
-#include "model/time/MTimeRange.h"
 #include "model/tree/MEventContainer.h"
-#include "model/tree/MPartEvent.h"
 #include "model/tree/MName.h"
+#include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
 #include "model/tree/MTrackList.h"
@@ -66,10 +65,6 @@ std::string trackKindName(const MTrackEvent& track) {
     }
   }
   return track.getClassName();
-}
-
-bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error) {
-  return MTimeRange::parseSignature(text, numerator, denominator, error);
 }
 
 std::vector<std::string> splitReference(const std::string& text) {

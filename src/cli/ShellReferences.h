@@ -25,10 +25,6 @@ std::vector<MEvent*> eventsOf(const MDataNode* node);
 // The kind of a track as users name it: "Audio", "MIDI", "Folder", "Marker",
 // "Video", "Group Channel", "Master Automation", "Device".
 std::string trackKindName(const MTrackEvent& track);
-// A time signature typed as "N/D" (the model's rule: numerator 1 to 255,
-// denominator a power of two from 1 to 128); false with a message in *error
-// for other text.
-bool parseSignature(const std::string& text, uint16_t* numerator, uint16_t* denominator, std::string* error);
 // Text from a project (names, version strings) as it may be printed on a
 // terminal: control characters (C0, DEL and C1) as \n, \t, \r or \xHH /
 // \u0080..\u009F, bytes that are not UTF-8 as \xHH, and a backslash

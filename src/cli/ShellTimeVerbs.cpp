@@ -78,7 +78,7 @@ bool setSignature(ShellSession& s, const ShellArgs& a) {
   if (!at) return false;
   MSignatureValues values;
   std::string error;
-  if (!parseSignature(a[1], &values.numerator, &values.denominator, &error)) return s.fail(error);
+  if (!MTimeRange::parseSignature(a[1], &values.numerator, &values.denominator, &error)) return s.fail(error);
   // The command refuses a position inside a bar and says why.
   const auto position = static_cast<int32_t>(*at + 0.5);
   return s.perform(
