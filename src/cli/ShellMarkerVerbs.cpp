@@ -50,15 +50,11 @@ MMarkerEvent* marker(ShellSession& s, const std::string& text) {
   return found;
 }
 
-// Performs what setting a property gave: a command, a direct change, or a
+// Performs what setting a property gave: a command, nothing to change, or a
 // refusal.
 bool apply(ShellSession& s, MPropertyEdit edit, const char* action = nullptr) {
   if (!edit.ok()) return s.fail(edit.error);
-  if (!edit.command) {
-    s.noteChange();
-    return true;
-  }
-  return s.perform(std::move(edit.command), action != nullptr ? action : "");
+  return !edit.command || s.perform(std::move(edit.command), action != nullptr ? action : "");
 }
 
 bool markerProperty(ShellSession& s, MMarkerEvent& m, const char* name, MPropertyValue value, const char* action) {
