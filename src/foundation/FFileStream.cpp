@@ -56,16 +56,18 @@ bool FFileStream::open(const std::string& path, Mode mode) {
     // replace a project file by renaming a new one over it, so the mapped
     // file itself is never cut short under us.
     void* map = ::mmap(nullptr, static_cast<size_t>(fileSize_), PROT_READ, MAP_PRIVATE, fd, 0);
-    if (map == MAP_FAILED) {
-      setError("read");
-      ::close(fd);
-      return false;
-    }
-    map_ = static_cast<uint8_t*>(map);
+    if (map != MAP_FAILED) map_ = static_cast<uint8_t*>(map);
   }
-  ::close(fd);
+  if (map_ == nullptr && fileSize_ > 0) {
+    // No room to map it (a file of terabytes, a limited address space): the
+    // file is read through pread instead, so a reader that refuses it after
+    // its first bytes still does so.
+    fd_ = fd;
+  } else {
+    ::close(fd);
+  }
   // Read only: the write limit stays at the window's start.
-  setWindow(map_, map_ + fileSize_, map_);
+  setWindow(map_, map_ + (map_ != nullptr ? fileSize_ : 0), map_);
   opened_ = true;
   return true;
 }
@@ -127,6 +129,8 @@ bool FFileStream::close(bool sync) {
   opened_ = false;
   if (mode_ == Mode::kRead) {
     if (map_ != nullptr) ::munmap(map_, static_cast<size_t>(fileSize_));
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
     map_ = nullptr;
     setWindow(nullptr, nullptr, nullptr);
     return true;
@@ -145,15 +149,31 @@ bool FFileStream::close(bool sync) {
   return ok;
 }
 
-int64_t FFileStream::position() const { return mode_ == Mode::kRead ? cursor_ - map_ : position_; }
+int64_t FFileStream::position() const { return mode_ == Mode::kRead && map_ != nullptr ? cursor_ - map_ : position_; }
 
 int64_t FFileStream::readBytes(void* destination, int64_t count) {
   if (mode_ != Mode::kRead || !opened_ || count <= 0) return 0;
+  if (map_ == nullptr) return readUnmapped(destination, count);
   const int64_t n = std::min(count, readLimit_ - cursor_);
   if (n <= 0) return 0;
   std::memcpy(destination, cursor_, static_cast<size_t>(n));
   cursor_ += n;
   return n;
+}
+
+int64_t FFileStream::readUnmapped(void* destination, int64_t count) {
+  int64_t done = 0;
+  auto* bytes = static_cast<uint8_t*>(destination);
+  count = std::min(count, fileSize_ - position_);
+  while (fd_ >= 0 && done < count) {
+    const ssize_t got =
+        ::pread(fd_, bytes + done, static_cast<size_t>(count - done), static_cast<off_t>(position_ + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += got;
+  }
+  position_ += done;
+  return done;
 }
 
 int64_t FFileStream::writeBytes(const void* source, int64_t count) {
@@ -175,7 +195,8 @@ int64_t FFileStream::writeBytes(const void* source, int64_t count) {
 bool FFileStream::seek(int64_t position) {
   if (!opened_ || position < 0 || position > fileSize_) return false;
   if (mode_ == Mode::kRead) {
-    cursor_ = map_ + position;
+    if (map_ != nullptr) cursor_ = map_ + position;
+    position_ = position;
     return true;
   }
   if (!flush()) return false;
@@ -186,6 +207,7 @@ bool FFileStream::seek(int64_t position) {
 
 int64_t FFileStream::remaining() const {
   if (mode_ != Mode::kRead) return kUnknown;
+  if (map_ == nullptr) return std::max<int64_t>(0, fileSize_ - position_);
   return std::max<int64_t>(0, readLimit_ - cursor_);
 }
 

@@ -41,6 +41,8 @@ class FFileStream : public FStream {
   int64_t remaining() const override;
 
  private:
+  // Reading a file that could not be mapped: pread at position_.
+  int64_t readUnmapped(void* destination, int64_t count);
   bool flush();
   // Writes count bytes at the buffer's start without copying them, after a
   // flush; the buffer then starts after them.
@@ -51,9 +53,9 @@ class FFileStream : public FStream {
   bool opened_ = false;
   int fd_ = -1;
   std::vector<uint8_t> buffer_;  // pending bytes (write)
-  uint8_t* map_ = nullptr;       // the mapped file (read); nullptr when empty
+  uint8_t* map_ = nullptr;       // the mapped file (read); nullptr when empty or unmappable
   int64_t bufferStart_ = 0;      // file offset of buffer_[0] while writing
-  int64_t position_ = 0;         // while writing; reading keeps it in the window
+  int64_t position_ = 0;         // while writing, or reading an unmapped file
   int64_t fileSize_ = 0;
   bool failed_ = false;
   std::string lastError_;
