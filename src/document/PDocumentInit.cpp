@@ -5,7 +5,7 @@
 #include "document/PDeviceSetup.h"
 #include "document/PWindowLayouts.h"
 #include "foundation/FInitializer.h"
-#include "model/MModelInit.h"
+#include "midi/MMidiInit.h"
 
 namespace vantor {
 
@@ -17,7 +17,7 @@ void registerDocumentClasses() {
 }
 
 void initializeDocument() {
-  initializeModel();
+  initializeMidi();
   FInitializer::add("document", FInitializer::kDocument, registerDocumentClasses);
   FInitializer::runAll();
 }

@@ -1,0 +1,14 @@
+#include "midi/MMidiInit.h"
+
+#include "foundation/FInitializer.h"
+#include "model/MModelInit.h"
+
+namespace vantor {
+
+void initializeMidi() {
+  initializeModel();
+  FInitializer::add("midi", FInitializer::kMidi, [] { registerMidiEventClasses(); });
+  FInitializer::runAll();
+}
+
+}  // namespace vantor
