@@ -84,10 +84,12 @@ class MEvent : public CmIDLink {
   double offset_ = 0;
 
  private:
-  uint16_t flags_ = 0;
   FRef<MDataNode> node_;
   MDataNode* parent_ = nullptr;
   uint64_t order_ = 0;
+  // Last, so that the small fields of a subclass (the bytes of a MIDI event)
+  // fill the padding behind it instead of growing every event.
+  uint16_t flags_ = 0;
 };
 
 }  // namespace vantor
