@@ -189,8 +189,11 @@ FRef<MPartEvent> MAudioTrackEvent::createPart() const {
   return part;
 }
 
+// The MIDI layer's part classes are made by name; without that layer the
+// part is a plain one.
 FRef<MPartEvent> MMidiTrackEvent::createPart() const {
-  FRef<MPartEvent> part = makeRef<MPartEvent>();
+  FRef<MPartEvent> part = refCast<MPartEvent>(FClassRegistry::instance().create("MMidiPartEvent"));
+  if (!part) part = makeRef<MPartEvent>();
   part->setNode(part->createNode());
   return part;
 }
