@@ -198,6 +198,10 @@ TEST_F(MidiEvents, OlderRecordsReadWhatTheirVersionHeld) {
   std::vector<uint8_t> bytes = test::archiveBytes(sysex.get());
   bytes[bytes.size() - 6] = 0xFF;  // the count's low byte
   EXPECT_FALSE(test::readArchiveBytes(bytes));
+  // Every shorter record fails: start 8, three bytes, flags 2, ID 4, count
+  // 4 and the two bytes make 23.
+  ASSERT_TRUE(test::readArchiveBytes(olderRecord(*sysex, 2, 23)));
+  for (size_t kept = 0; kept < 23; ++kept) EXPECT_FALSE(test::readArchiveBytes(olderRecord(*sysex, 2, kept))) << kept;
 }
 
 TEST_F(MidiEvents, PitchBendNotesAndSysexKeepTheirValues) {
