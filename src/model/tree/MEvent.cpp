@@ -13,8 +13,8 @@ MEvent::MEvent(const MEvent& other)
       start_(other.start_),
       length_(other.length_),
       offset_(other.offset_),
-      flags_(other.flags_ & ~MEventFlag::kSelected),
-      node_(other.node_) {}
+      node_(other.node_),
+      flags_(other.flags_ & ~MEventFlag::kSelected) {}
 
 MEvent::MEvent() = default;
 MEvent::~MEvent() = default;

@@ -84,10 +84,13 @@ class MEvent : public CmIDLink {
   double offset_ = 0;
 
  private:
-  uint16_t flags_ = 0;
+  // The flag word comes last, so that a subclass's first small member
+  // (a part's colour) fills the padding behind it: a project holds millions
+  // of events.
   FRef<MDataNode> node_;
   MDataNode* parent_ = nullptr;
   uint64_t order_ = 0;
+  uint16_t flags_ = 0;
 };
 
 }  // namespace vantor
