@@ -265,6 +265,7 @@ bool FObjectArchive::readHeader(uint32_t* totalLength) {
     if (!s.readString(&entry.name) || !s.readInt32(&entry.firstSize) || !s.readInt16(&entry.version)) {
       return false;
     }
+    entry.index = static_cast<uint16_t>(std::min<uint32_t>(i, 0xFFFF));
     classes_.push_back(std::move(entry));
   }
   if (trace_ != nullptr) trace_->onHeader(magic, *totalLength, classes_);

@@ -50,7 +50,7 @@ class FClassEntry : public CmObject {
   std::string name;         // class name; empty for the null entry
   int32_t firstSize = -1;   // member length of the first object written
   int16_t version = 0;      // class version
-  uint16_t index = 0xFFFF;  // position in the class table; 0xFFFF when read
+  uint16_t index = 0xFFFF;  // position in the class table (0xFFFF from there on, where no tag reaches)
   // Resolved once per entry when reading; nullptr for unknown classes.
   const FClass* resolved = nullptr;
   bool isResolved = false;
