@@ -62,7 +62,7 @@ int runInfo(CliContext& context, const std::string& path, bool asJson) {
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, path, OpenPurpose::kRead)) return kExitDataError;
   if (asJson) {
-    printJson(context.out, describeProject(document));
+    writeProjectJson(context.out, document);
   } else {
     printProject(context.out, document);
   }

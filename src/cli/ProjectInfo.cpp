@@ -1,7 +1,12 @@
 #include "cli/ProjectInfo.h"
 
-#include <ostream>
+#include <nlohmann/json.hpp>
 
+#include <ostream>
+#include <string_view>
+#include <vector>
+
+#include "cli/JsonWriter.h"
 #include "cli/ShellReferences.h"
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
@@ -35,36 +40,56 @@ struct Clock {
   }
 };
 
-json describeTracks(const MProject& project, const Clock& clock) {
-  json tracks = json::array();
+json describePart(const MEvent& e, const Clock& clock) {
+  const auto* part = dynamic_cast<const MPartEvent*>(&e);
+  const MEventContainer* inside = e.getNode() != nullptr ? e.getNode()->events() : nullptr;
+  return {{"name", part != nullptr ? part->getName() : ""},
+          {"class", e.getClassName()},
+          {"start", clock.at(e.getStart())},
+          {"end", clock.at(e.getEnd())},
+          {"length", e.getLength()},
+          {"offset", e.getOffset()},
+          {"events", inside != nullptr ? inside->size() : 0},
+          {"muted", e.isMuted()},
+          {"color", part != nullptr ? part->getColor() : 0},
+          {"locked", e.isLocked()}};
+}
+
+// Writes the members of object in key order, and at key (whose place the
+// object holds with a placeholder) what writeStreamed writes instead.
+template <class WriteStreamed>
+void writeMembers(JsonWriter& writer, const json& object, std::string_view key, WriteStreamed writeStreamed) {
+  for (const auto& [name, value] : object.items()) {
+    writer.key(name);
+    if (name == key) {
+      writeStreamed();
+    } else {
+      writer.value(value);
+    }
+  }
+}
+
+// The tracks, each part written as soon as it is described.
+void writeTracks(JsonWriter& writer, const MProject& project, const Clock& clock) {
+  writer.beginArray();
   const std::vector<MTrackEvent*> all = listTracks(project);
   for (size_t i = 0; i < all.size(); ++i) {
     const MTrackEvent& t = *all[i];
-    json parts = json::array();
-    if (dynamic_cast<const MFolderTrack*>(&t) == nullptr) {
-      for (MEvent* e : eventsOf(t.getNode())) {
-        const auto* part = dynamic_cast<const MPartEvent*>(e);
-        const MEventContainer* inside = e->getNode() != nullptr ? e->getNode()->events() : nullptr;
-        parts.push_back({{"name", part != nullptr ? part->getName() : ""},
-                         {"class", e->getClassName()},
-                         {"start", clock.at(e->getStart())},
-                         {"end", clock.at(e->getEnd())},
-                         {"length", e->getLength()},
-                         {"offset", e->getOffset()},
-                         {"events", inside != nullptr ? inside->size() : 0},
-                         {"muted", e->isMuted()},
-                         {"color", part != nullptr ? part->getColor() : 0},
-                         {"locked", e->isLocked()}});
+    const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
+    json track = {{"number", i + 1},  {"kind", trackKindName(t)}, {"name", t.getName()},
+                  {"parts", nullptr}, {"muted", t.isMuted()},     {"color", t.getAttribute(MTrackAttribute::kColor)}};
+    if (folder != nullptr && folder->getTrackList()) track["tracksInside"] = folder->getTrackList()->count();
+    writer.beginObject();
+    writeMembers(writer, track, "parts", [&] {
+      writer.beginArray();
+      if (folder == nullptr) {
+        for (MEvent* e : eventsOf(t.getNode())) writer.value(describePart(*e, clock));
       }
-    }
-    json track = {{"number", i + 1}, {"kind", trackKindName(t)}, {"name", t.getName()},
-                  {"parts", parts},  {"muted", t.isMuted()},     {"color", t.getAttribute(MTrackAttribute::kColor)}};
-    if (const auto* folder = dynamic_cast<const MFolderTrack*>(&t); folder != nullptr && folder->getTrackList()) {
-      track["tracksInside"] = folder->getTrackList()->count();
-    }
-    tracks.push_back(std::move(track));
+      writer.end();
+    });
+    writer.end();
   }
-  return tracks;
+  writer.end();
 }
 
 // The text listing of the tracks, straight from the tree: a project of a
@@ -125,14 +150,23 @@ void printTail(std::ostream& out, const json& info) {
   out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty") << '\n';
 }
 
-json describe(const PDocument& document, bool withTracks);
+json describe(const PDocument& document);
 
 }  // namespace
 
-json describeProject(const PDocument& document) { return describe(document, true); }
+void writeProjectJson(std::ostream& out, const PDocument& document) {
+  json info = describe(document);
+  info["tracks"] = nullptr;
+  const MProject& project = *document.project();
+  const MPosition positions(*project.getSignatureNode(), *project.getTempoNode());
+  JsonWriter writer(out);
+  writer.beginObject();
+  writeMembers(writer, info, "tracks", [&] { writeTracks(writer, project, Clock{positions}); });
+  writer.end();
+}
 
 void printProject(std::ostream& out, const PDocument& document) {
-  const json info = describe(document, false);
+  const json info = describe(document);
   printHead(out, info);
   const MProject& project = *document.project();
   printTracks(out, project, MPosition(*project.getSignatureNode(), *project.getTempoNode()));
@@ -141,7 +175,8 @@ void printProject(std::ostream& out, const PDocument& document) {
 
 namespace {
 
-json describe(const PDocument& document, bool withTracks) {
+// Everything but the tracks.
+json describe(const PDocument& document) {
   const MProject& project = *document.project();
   const MTempoTrackNode& tempo = *project.getTempoNode();
   const MSignatureTrackNode& signatures = *project.getSignatureNode();
@@ -178,7 +213,6 @@ json describe(const PDocument& document, bool withTracks) {
     signatureEvents.push_back(std::move(entry));
   }
   info["signatures"] = signatureEvents;
-  if (withTracks) info["tracks"] = describeTracks(project, clock);
   json markers = json::array();
   const MDataNode& markerNode = *project.getMarkerTrack()->getNode();
   for (MEvent* e : eventsOf(&markerNode)) {

@@ -2,8 +2,6 @@
 // A project described as JSON (what `vantor info --json` prints) and as
 // text.
 
-#include <nlohmann/json.hpp>
-
 #include <iosfwd>
 
 namespace vantor {
@@ -12,9 +10,11 @@ class PDocument;
 
 namespace vantor::cli {
 
-nlohmann::json describeProject(const PDocument& document);
-// The text listing of `vantor info`: what describeProject holds, written
-// straight from the document without building the description.
+// Writes what `vantor info --json` prints: the project described as one
+// JSON object, its parts written one by one as they are described.
+void writeProjectJson(std::ostream& out, const PDocument& document);
+// The text listing of `vantor info`: what writeProjectJson shows, written
+// straight from the document.
 void printProject(std::ostream& out, const PDocument& document);
 
 }  // namespace vantor::cli

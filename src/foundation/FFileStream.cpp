@@ -25,6 +25,7 @@ bool FFileStream::open(const std::string& path, Mode mode) {
   lastError_.clear();
   mode_ = mode;
   position_ = 0;
+  released_ = 0;
   buffer_.clear();
   if (mode == Mode::kWrite) {
     fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -203,6 +204,17 @@ bool FFileStream::seek(int64_t position) {
   bufferStart_ = position;
   position_ = position;
   return true;
+}
+
+void FFileStream::releaseBefore(const uint8_t* cursor) {
+  if (map_ == nullptr || cursor < map_ || cursor > map_ + fileSize_) return;
+  // The mapping starts on a page boundary and the step is a whole number of
+  // pages. The pages are the file's own (a private mapping never written),
+  // so a later read of them faults them in again from the file.
+  const int64_t upTo = (cursor - map_) & ~(kReleaseStep - 1);
+  if (upTo <= released_) return;
+  (void)::madvise(map_ + released_, static_cast<size_t>(upTo - released_), MADV_DONTNEED);
+  released_ = upTo;
 }
 
 int64_t FFileStream::remaining() const {

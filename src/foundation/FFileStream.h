@@ -2,8 +2,10 @@
 // A file as a stream. Opened for reading, the file is mapped into memory and
 // read through the direct window: nothing is copied or allocated up front, so
 // a huge or sparse file costs only the pages actually read (a header that
-// does not fit is refused after its first bytes). Opened for writing, writes
-// go through a large buffer and seeks flush it.
+// does not fit is refused after its first bytes), and the pages a reader
+// says it is done with (releaseBefore) are given back, so reading a large
+// file front to back keeps only a few of its pages resident. Opened for
+// writing, writes go through a large buffer and seeks flush it.
 
 #include <cstdint>
 #include <string>
@@ -39,6 +41,12 @@ class FFileStream : public FStream {
   int64_t position() const override;
   [[nodiscard]] bool seek(int64_t position) override;
   int64_t remaining() const override;
+  // Gives back the mapped pages before cursor, in steps of kReleaseStep.
+  void releaseBefore(const uint8_t* cursor) override;
+
+  // Bytes given back at once: large enough that a reader calling for every
+  // record costs one system call per step, small against a project file.
+  static constexpr int64_t kReleaseStep = int64_t{1} << 20;
 
  private:
   // Reading a file that could not be mapped: pread at position_.
@@ -57,6 +65,7 @@ class FFileStream : public FStream {
   int64_t bufferStart_ = 0;      // file offset of buffer_[0] while writing
   int64_t position_ = 0;         // while writing, or reading an unmapped file
   int64_t fileSize_ = 0;
+  int64_t released_ = 0;  // mapped bytes from the start whose pages were given back
   bool failed_ = false;
   std::string lastError_;
 };

@@ -90,9 +90,9 @@ FObjectArchive::~FObjectArchive() { releaseTable(); }
 
 void FObjectArchive::releaseTable() {
   for (const ReadPlace& place : read_) {
-    if (place.kind == kShared) place.object->release();
+    if (place.held()) place.object()->release();
   }
-  read_.clear();
+  read_ = {};
   openStack_.clear();
   deepOpen_.clear();
 }
@@ -265,6 +265,7 @@ bool FObjectArchive::readHeader(uint32_t* totalLength) {
     if (!s.readString(&entry.name) || !s.readInt32(&entry.firstSize) || !s.readInt16(&entry.version)) {
       return false;
     }
+    entry.index = static_cast<uint16_t>(std::min<uint32_t>(i, 0xFFFF));
     classes_.push_back(std::move(entry));
   }
   if (trace_ != nullptr) trace_->onHeader(magic, *totalLength, classes_);
@@ -344,20 +345,20 @@ FRef<CmObject> FObjectArchive::readObject() {
 
 FRef<CmObject> FObjectArchive::readBackReference() {
   uint32_t number = 0;
-  if (!current_->readUInt32(&number) || number == 0 || number > read_.size() || read_[number - 1].kind == kEmpty) {
+  if (!current_->readUInt32(&number) || number == 0 || number > read_.size() || read_[number - 1].object() == nullptr) {
     failed_ = true;
     return nullptr;
   }
   const ReadPlace& place = read_[number - 1];
   lastBackReference_ = true;
-  lastOpen_ = place.open;
+  lastOpen_ = isBeingRead(place.object());
   if (trace_ != nullptr) trace_->onBackReference(depth_, number);
   // A plain object has exactly one owner, the member that read its record;
   // a second holder would delete it twice. Its back reference (the writer
   // emits one when such an object is reached twice) therefore reads
   // successfully as no object.
-  if (place.kind == kPlain) return nullptr;
-  return FRef<CmObject>::share(place.object);
+  if (!place.held()) return nullptr;
+  return FRef<CmObject>::share(place.object());
 }
 
 FRef<CmObject> FObjectArchive::readFirstRecord(uint16_t classIndex) {
@@ -375,7 +376,7 @@ FRef<CmObject> FObjectArchive::readFirstRecord(uint16_t classIndex) {
   const FClass* cls = resolve(entry);
   const auto number = static_cast<uint32_t>(read_.size() + 1);
   const size_t at = number - 1;
-  read_.push_back({nullptr, kEmpty, true});
+  read_.emplace_back();
 
   FReadStream record(*current_, length);
   FStream* outer = current_;
@@ -387,30 +388,29 @@ FRef<CmObject> FObjectArchive::readFirstRecord(uint16_t classIndex) {
   if (object) {
     // The table holds a reference on shared objects while the archive is
     // read; plain objects are only marked, never held.
-    read_[at].object = object.get();
-    if (object->isReferenceCounted()) {
-      object->retain();
-      read_[at].kind = kShared;
-    } else {
-      read_[at].kind = kPlain;
-    }
+    const bool shared = object->isReferenceCounted();
+    if (shared) object->retain();
+    read_[at] = ReadPlace(object.get(), shared);
     ++depth_;
     pushOpen(object.get());
     const bool ok = object->readFromArchive(*this);
     popOpen();
     --depth_;
     if (!ok) {
-      if (read_[at].kind == kShared) object->release();
+      if (read_[at].held()) object->release();
       read_[at] = {};
       object = nullptr;
     }
   }
   current_ = outer;
   currentVersion_ = outerVersion;
-  read_[at].open = false;
   lastBackReference_ = false;
   lastOpen_ = false;
   if (!record.close()) failed_ = true;
+  // Records are read front to back: the bytes up to this record's end are
+  // done with.
+  int64_t unused = 0;
+  base_.releaseBefore(current_->directBytes(&unused));
   if (trace_ != nullptr) trace_->onRecordEnd(depth_, number, object != nullptr && !failed_);
   return object;
 }

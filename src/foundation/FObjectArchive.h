@@ -50,7 +50,7 @@ class FClassEntry : public CmObject {
   std::string name;         // class name; empty for the null entry
   int32_t firstSize = -1;   // member length of the first object written
   int16_t version = 0;      // class version
-  uint16_t index = 0xFFFF;  // position in the class table; 0xFFFF when read
+  uint16_t index = 0xFFFF;  // position in the class table (0xFFFF from there on, where no tag reaches)
   // Resolved once per entry when reading; nullptr for unknown classes.
   const FClass* resolved = nullptr;
   bool isResolved = false;
@@ -156,8 +156,6 @@ class FObjectArchive {
   const std::vector<FClassEntry>& classTable() const { return classes_; }
 
  private:
-  // What a place of the reading table holds.
-  enum Place : uint8_t { kEmpty = 0, kShared = 1, kPlain = 2 };
   static constexpr size_t kShallow = 32;
 
   bool writeHeader(uint32_t totalLength);
@@ -191,12 +189,21 @@ class FObjectArchive {
   std::unordered_map<const FClass*, uint16_t> classIndex_;
   const FClass* lastClass_ = nullptr;
   uint16_t lastClassIndex_ = 0;
-  // Reading: one place per first record; holds a reference on shared
-  // objects while the archive is read.
-  struct ReadPlace {
-    CmObject* object = nullptr;
-    uint8_t kind = kEmpty;  // Place
-    bool open = false;      // the record is being read
+  // Reading: one place per first record, one word each (an archive may
+  // hold millions): the object made (none when the class is unknown or the
+  // read failed), and whether the place holds a reference on it, which it
+  // does on shared objects while the archive is read. Objects are aligned
+  // to 8 bytes, so the flag takes the address's lowest bit. Whether a
+  // record is still being read is told by the stack of open records.
+  class ReadPlace {
+   public:
+    ReadPlace() = default;
+    ReadPlace(CmObject* object, bool held) : word_(reinterpret_cast<uintptr_t>(object) | (held ? 1 : 0)) {}
+    CmObject* object() const { return reinterpret_cast<CmObject*>(word_ & ~uintptr_t{1}); }
+    bool held() const { return (word_ & 1) != 0; }
+
+   private:
+    uintptr_t word_ = 0;
   };
   std::vector<ReadPlace> read_;
   std::vector<const CmObject*> openStack_;  // the objects of the open records

@@ -53,6 +53,10 @@ int64_t FReadStream::remaining() const {
   return outside == kUnknown ? inside : std::min(inside, outside);
 }
 
+void FReadStream::releaseBefore(const uint8_t* cursor) {
+  if (window_ != nullptr) outer_.releaseBefore(cursor);
+}
+
 bool FReadStream::close() {
   if (closed_) return true;
   closed_ = true;

@@ -23,6 +23,8 @@ class FReadStream : public FStream {
   int64_t position() const override;
   [[nodiscard]] bool seek(int64_t position) override;
   int64_t remaining() const override;
+  // Passed on to the outer stream, whose window this one shares.
+  void releaseBefore(const uint8_t* cursor) override;
 
   int64_t length() const { return length_; }
   // Skips the unread rest (in pieces of at most 64 bytes when the outer
@@ -34,7 +36,7 @@ class FReadStream : public FStream {
   FStream& outer_;
   int64_t start_;
   int64_t length_;
-  int64_t consumed_ = 0;      // when reading through outer
+  int64_t consumed_ = 0;       // when reading through outer
   uint8_t* window_ = nullptr;  // start of the range in outer's window, or nullptr
   bool closed_ = false;
 };

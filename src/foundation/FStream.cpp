@@ -12,6 +12,8 @@ std::string fourCCText(uint32_t code) {
   return text;
 }
 
+void FStream::releaseBefore(const uint8_t*) {}
+
 bool FStream::readString(std::string* out) {
   out->clear();
   int32_t length = 0;

@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "foundation/FShared.h"
 
@@ -41,6 +41,11 @@ class FStream : public FShared {
   [[nodiscard]] virtual bool seek(int64_t position) = 0;
   // Bytes that a read can still deliver, or kUnknown.
   virtual int64_t remaining() const = 0;
+  // Says that the bytes of the direct window before cursor are done with,
+  // so that a stream over a mapped file may give their pages back; reading
+  // them again still works (it only costs reading them from the file again).
+  // The default does nothing.
+  virtual void releaseBefore(const uint8_t* cursor);
 
   int16_t swap() const { return swap_; }
   void setSwap(int16_t swap) { swap_ = swap; }

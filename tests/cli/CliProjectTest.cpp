@@ -15,6 +15,14 @@ using nlohmann::json;
 using test::runVantor;
 using test::TempFolder;
 
+// Listings are written piece by piece: the bytes must be those of the whole
+// document printed at once (sorted keys, two spaces of indent, U+FFFD).
+json parsePrintedWhole(const std::string& out) {
+  const json j = json::parse(out);
+  EXPECT_EQ(out, j.dump(2, ' ', false, json::error_handler_t::replace) + "\n");
+  return j;
+}
+
 TEST(CliProject, NewInfoAndTimeAgreeOnTheTempoMap) {
   TempFolder dir;
   const std::string file = (dir / "song.vpr").string();
@@ -150,7 +158,7 @@ TEST(CliProject, DemoBuildsSavesAndShowsItsProject) {
   EXPECT_NE(again.err.find("already exists (use --force to replace it)"), std::string::npos);
   EXPECT_EQ(runVantor({"demo", file, "--force"}).status, 0);
   EXPECT_NE(r.out.find("\"Bass\""), std::string::npos);
-  const json j = json::parse(runVantor({"info", file, "--json"}).out);
+  const json j = parsePrintedWhole(runVantor({"info", file, "--json"}).out);
   EXPECT_EQ(j["tracks"].size(), 4u);
   EXPECT_EQ(j["tempo"]["events"].size(), 2u);
   EXPECT_EQ(j["tempo"]["events"][1]["function"], "ramp");
@@ -165,7 +173,7 @@ TEST(CliProject, DumpShowsRootsClassTablesAndRecords) {
   ASSERT_EQ(runVantor({"demo", file}).status, 0);
   const auto r = runVantor({"dump", file, "--json"});
   ASSERT_EQ(r.status, 0) << r.err;
-  const json j = json::parse(r.out);
+  const json j = parsePrintedWhole(r.out);
   ASSERT_EQ(j["roots"].size(), 4u);
   const char* names[] = {"Arrangement1", "Devices", "WindowLayouts", "Version"};
   for (size_t i = 0; i < 4; ++i) EXPECT_EQ(j["roots"][i]["name"], names[i]);
@@ -195,7 +203,7 @@ TEST(CliProject, DamagedNamesAndFilesNeverAbort) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
   const auto j = runVantor({"info", file, "--json"});
   ASSERT_EQ(j.status, 0) << j.err;
-  EXPECT_EQ(json::parse(j.out)["tracks"][0]["name"], "\uFFFD\uFFFDbad");
+  EXPECT_EQ(parsePrintedWhole(j.out)["tracks"][0]["name"], "\uFFFD\uFFFDbad");
   const auto text = runVantor({"info", file});
   ASSERT_EQ(text.status, 0);
   EXPECT_NE(text.out.find("\"\\xFF\\xFEbad\""), std::string::npos) << text.out;
@@ -208,11 +216,12 @@ TEST(CliProject, DamagedNamesAndFilesNeverAbort) {
     }
     std::ofstream(file, std::ios::binary | std::ios::trunc) << mutant;
     for (const std::vector<std::string>& args :
-         {std::vector<std::string>{"info", file, "--json"}, {"info", file}, {"dump", file}}) {
+         {std::vector<std::string>{"info", file, "--json"}, {"info", file}, {"dump", file}, {"dump", file, "--json"}}) {
       const auto r = runVantor(args);
       ASSERT_TRUE(r.status == 0 || r.status == 1) << i << " " << args[0] << " " << r.status << r.err;
       if (r.status == 0 && args.size() == 3) {
-        EXPECT_TRUE(json::accept(r.out)) << i;
+        ASSERT_TRUE(json::accept(r.out)) << i;
+        parsePrintedWhole(r.out);
       }
       if (r.status == 1) {
         EXPECT_FALSE(r.err.empty()) << i;

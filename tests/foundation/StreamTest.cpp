@@ -176,6 +176,15 @@ TEST(Stream, FileStreamWritesPatchesAndReadsBack) {
   ASSERT_TRUE(in.readInt16(&tail));
   EXPECT_EQ(tail, -2);
   EXPECT_FALSE(in.readInt16(&tail));
+  // The pages given back behind the reader read the same after a seek back.
+  int64_t unused = 0;
+  in.releaseBefore(in.directBytes(&unused));
+  ASSERT_TRUE(in.seek(0));
+  ASSERT_TRUE(in.readUInt32(&head));
+  EXPECT_EQ(head, 0xCAFEBABE);
+  Bytes again(big.size());
+  ASSERT_TRUE(in.readRaw(again.data(), static_cast<int64_t>(again.size())));
+  EXPECT_EQ(again, big);
   std::filesystem::remove(path);
 }
 

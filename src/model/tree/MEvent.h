@@ -87,8 +87,9 @@ class MEvent : public CmIDLink {
   FRef<MDataNode> node_;
   MDataNode* parent_ = nullptr;
   uint64_t order_ = 0;
-  // Last, so that the small fields of a subclass (the bytes of a MIDI event)
-  // fill the padding behind it instead of growing every event.
+  // Last, so that the small fields of a subclass (a part's colour, the bytes
+  // of a MIDI event) fill the padding behind it: a project holds millions of
+  // events.
   uint16_t flags_ = 0;
 };
 

@@ -73,15 +73,13 @@ class EventWalker {
 // --- MEventIDTable -----------------------------------------------------------
 
 size_t MEventIDTable::lowerBound(uint32_t id) const {
-  auto it = std::lower_bound(entries_.begin(), entries_.end(), id,
-                             [](const auto& entry, uint32_t key) { return entry.first < key; });
-  return static_cast<size_t>(it - entries_.begin());
+  return static_cast<size_t>(std::lower_bound(ids_.begin(), ids_.end(), id) - ids_.begin());
 }
 
 MEvent* MEventIDTable::find(uint32_t id) const {
   if (id == kNoID) return nullptr;
   const size_t index = lowerBound(id);
-  return index < entries_.size() && entries_[index].first == id ? entries_[index].second.get() : nullptr;
+  return index < ids_.size() && ids_[index] == id ? events_[index].get() : nullptr;
 }
 
 uint32_t MEventIDTable::assign(MEvent* event) {
@@ -89,20 +87,22 @@ uint32_t MEventIDTable::assign(MEvent* event) {
   uint32_t id = event->getID();
   if (id != kNoID) {
     const size_t index = lowerBound(id);
-    if (index < entries_.size() && entries_[index].first == id) {
-      if (entries_[index].second.get() == event) return id;
+    if (index < ids_.size() && ids_[index] == id) {
+      if (events_[index].get() == event) return id;
       id = kNoID;  // taken by another event: give a fresh one below
     } else if (id != kLastID) {
       // A free ID the event brought with it (an undone removal, a paste):
       // keep it, and keep the counter above it.
-      entries_.insert(entries_.begin() + static_cast<std::ptrdiff_t>(index), {id, FRef<MEvent>::share(event)});
+      const auto at = static_cast<std::ptrdiff_t>(index);
+      ids_.insert(ids_.begin() + at, id);
+      events_.insert(events_.begin() + at, FRef<MEvent>::share(event));
       next_ = std::max(next_, id + 1);
       return id;
     }
   }
-  if (entries_.size() >= compactAt_) {
+  if (ids_.size() >= compactAt_) {
     compact();
-    compactAt_ = std::max<size_t>(4096, entries_.size() * 2);
+    compactAt_ = std::max<size_t>(4096, ids_.size() * 2);
   }
   // IDs are exhausted only in damaged data that named the last ones; the
   // event then stays without an ID.
@@ -112,33 +112,70 @@ uint32_t MEventIDTable::assign(MEvent* event) {
   }
   id = next_++;
   event->setID(id);
-  entries_.emplace_back(id, FRef<MEvent>::share(event));
+  ids_.push_back(id);
+  events_.push_back(FRef<MEvent>::share(event));
   return id;
 }
 
-void MEventIDTable::rebuild(const std::vector<MEvent*>& events) {
-  entries_.clear();
-  std::vector<std::pair<uint32_t, MEvent*>> withID;
-  std::vector<MEvent*> fresh;
-  withID.reserve(events.size());
-  for (MEvent* event : events) {
-    if (event->getID() != kNoID && event->getID() != kLastID) {
-      withID.emplace_back(event->getID(), event);
-    } else {
-      fresh.push_back(event);
-    }
+void MEventIDTable::beginRebuild(size_t expected) {
+  ids_.clear();
+  events_.clear();
+  fresh_.clear();
+  ids_.reserve(expected);
+  events_.reserve(expected);
+}
+
+void MEventIDTable::enter(MEvent* event) {
+  if (event->getID() != kNoID && event->getID() != kLastID) {
+    ids_.push_back(event->getID());
+    events_.push_back(FRef<MEvent>::share(event));
+  } else {
+    fresh_.push_back(event);
   }
-  std::stable_sort(withID.begin(), withID.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  entries_.reserve(events.size());
-  for (const auto& [id, event] : withID) {
-    if (!entries_.empty() && entries_.back().first == id) {
-      fresh.push_back(event);  // a repeated ID: the first holder in tree order keeps it
+}
+
+void MEventIDTable::sortByID() {
+  // Stable: of events sharing an ID, the first in tree order stays first.
+  std::vector<uint32_t> order(ids_.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
+  std::stable_sort(order.begin(), order.end(), [this](uint32_t a, uint32_t b) { return ids_[a] < ids_[b]; });
+  std::vector<uint32_t> ids(order.size());
+  std::vector<FRef<MEvent>> events(order.size());
+  for (size_t i = 0; i < order.size(); ++i) {
+    ids[i] = ids_[order[i]];
+    events[i] = std::move(events_[order[i]]);
+  }
+  ids_ = std::move(ids);
+  events_ = std::move(events);
+}
+
+void MEventIDTable::dropRepeatedIDs() {
+  // The first holder in tree order keeps a repeated ID; the later ones get
+  // fresh IDs after the events that had none, in the order of their IDs.
+  size_t kept = 0;
+  for (size_t i = 0; i < ids_.size(); ++i) {
+    if (kept > 0 && ids_[kept - 1] == ids_[i]) {
+      fresh_.push_back(events_[i].get());
+      events_[i] = nullptr;
       continue;
     }
-    entries_.emplace_back(id, FRef<MEvent>::share(event));
+    ids_[kept] = ids_[i];
+    if (kept != i) events_[kept] = std::move(events_[i]);
+    ++kept;
   }
-  if (!entries_.empty()) next_ = std::max(next_, entries_.back().first + 1);
-  compactAt_ = std::max<size_t>(4096, (entries_.size() + fresh.size()) * 2);
+  ids_.resize(kept);
+  events_.resize(kept);
+}
+
+void MEventIDTable::endRebuild() {
+  // A tree whose IDs were given in the order it is walked (the usual case)
+  // is sorted already and needs no room for sorting.
+  if (!std::is_sorted(ids_.begin(), ids_.end())) sortByID();
+  dropRepeatedIDs();
+  if (!ids_.empty()) next_ = std::max(next_, ids_.back() + 1);
+  compactAt_ = std::max<size_t>(4096, (ids_.size() + fresh_.size()) * 2);
+  std::vector<MEvent*> fresh = std::move(fresh_);
+  fresh_ = {};
   for (MEvent* event : fresh) {
     event->setID(kNoID);
     assign(event);
@@ -146,10 +183,21 @@ void MEventIDTable::rebuild(const std::vector<MEvent*>& events) {
 }
 
 void MEventIDTable::compact() {
-  std::erase_if(entries_, [](const auto& entry) { return entry.second->getRefCount() <= 1; });
+  size_t kept = 0;
+  for (size_t i = 0; i < ids_.size(); ++i) {
+    if (events_[i]->getRefCount() <= 1) continue;
+    ids_[kept] = ids_[i];
+    if (kept != i) events_[kept] = std::move(events_[i]);
+    ++kept;
+  }
+  ids_.resize(kept);
+  events_.resize(kept);
 }
 
-void MEventIDTable::clear() { entries_.clear(); }
+void MEventIDTable::clear() {
+  ids_.clear();
+  events_.clear();
+}
 
 // --- MProject ----------------------------------------------------------------
 
@@ -262,10 +310,12 @@ void MProject::forEachEvent(const std::function<void(MEvent&)>& visit) const {
   walker.run();
 }
 
-void MProject::assignEventIDs() {
-  std::vector<MEvent*> events;
-  forEachEvent([&events](MEvent& event) { events.push_back(&event); });
-  ids_.rebuild(events);
+void MProject::assignEventIDs() { enterEvents(ids_.size()); }
+
+void MProject::enterEvents(size_t expected) {
+  ids_.beginRebuild(expected);
+  forEachEvent([this](MEvent& event) { ids_.enter(&event); });
+  ids_.endRebuild();
 }
 
 void MProject::resolveVirtualGroups() {
@@ -286,17 +336,20 @@ bool MProject::writeToArchive(FObjectArchive& archive) const {
          s.writeUInt32(savedNextID()) && archive.writeObject(root_);
 }
 
-uint32_t MProject::savedNextID() const {
+uint32_t MProject::savedNextID(size_t* eventCount) const {
   // The next free ID as the tree stands: one above every ID an event holds
   // or a group names. Not the running counter, which also counts events of
   // edits since undone; so undoing every edit saves the original bytes.
   uint32_t highest = 0;
-  forEachEvent([&highest](MEvent& event) {
+  size_t count = 0;
+  forEachEvent([&highest, &count](MEvent& event) {
+    ++count;
     highest = std::max(highest, event.getID());
     if (const auto* group = dynamic_cast<const MVirtualGroup*>(event.getNode())) {
       for (uint32_t id : group->memberIDs()) highest = std::max(highest, id);
     }
   });
+  if (eventCount != nullptr) *eventCount = count;
   return highest + 1;
 }
 
@@ -345,8 +398,9 @@ bool MProject::readMembers(FObjectArchive& archive) {
   // above the tree's) would otherwise leave events without IDs or number new
   // ones differently from the file this program writes back.
   (void)nextID;
-  ids_.setNextID(savedNextID());
-  assignEventIDs();
+  size_t count = 0;
+  ids_.setNextID(savedNextID(&count));
+  enterEvents(count);
   resolveVirtualGroups();
   return true;
 }

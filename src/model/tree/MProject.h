@@ -64,22 +64,33 @@ class MEventIDTable {
   uint32_t assign(MEvent* event);
   // The event with this ID, or nullptr.
   MEvent* find(uint32_t id) const;
-  // Re-enters the given events: IDs are kept where they are unique; events
+  // Re-enters the events of a tree: beginRebuild() with how many will come
+  // (it sizes the table; a guess is fine), enter() for each event in tree
+  // order, then endRebuild(). IDs are kept where they are unique; events
   // without an ID and the later holders of a repeated ID get fresh ones.
-  void rebuild(const std::vector<MEvent*>& events);
+  void beginRebuild(size_t expected);
+  void enter(MEvent* event);
+  void endRebuild();
   // Drops entries whose event is held by nothing but this table.
   void compact();
   void clear();
 
-  size_t size() const { return entries_.size(); }
+  size_t size() const { return ids_.size(); }
   // The ID the next new event gets; always above every ID in the table.
   uint32_t nextID() const { return next_; }
   void setNextID(uint32_t next) { next_ = next == 0 ? 1 : next; }
 
  private:
   size_t lowerBound(uint32_t id) const;
+  void sortByID();
+  void dropRepeatedIDs();
 
-  std::vector<std::pair<uint32_t, FRef<MEvent>>> entries_;  // sorted by ID
+  // Two parallel columns sorted by ID, the IDs apart so that a lookup
+  // searches them alone (and no padding is stored per entry).
+  std::vector<uint32_t> ids_;
+  std::vector<FRef<MEvent>> events_;
+  // While rebuilding: the events that get a fresh ID at its end.
+  std::vector<MEvent*> fresh_;
   uint32_t next_ = 1;
   size_t compactAt_ = 4096;
 };
@@ -169,7 +180,11 @@ class MProject : public MListNode {
   void placeTrack(MTrackEvent* track);
   [[nodiscard]] bool readMembers(FObjectArchive& archive);
   void resolveVirtualGroups();
-  uint32_t savedNextID() const;
+  // The next free ID (see the archive's "Event IDs"); eventCount, when
+  // given, receives the number of events in the tree.
+  uint32_t savedNextID(size_t* eventCount = nullptr) const;
+  // assignEventIDs() with the table sized for expected events.
+  void enterEvents(size_t expected);
 
   std::string workingDirectory_;
   FRef<CmObject> pool_;

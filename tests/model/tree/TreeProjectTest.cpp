@@ -184,12 +184,18 @@ TEST_F(TreeProject, RepeatedAndMissingIDsGetFreshOnes) {
   std::vector<MEvent*> events;
   project.forEachEvent([&events](MEvent& e) { events.push_back(&e); });
   ASSERT_GE(events.size(), 4u);
-  // Damage: the third event repeats the second's ID, the fourth has none.
+  // Damage: the third event repeats the second's ID, the fourth has none;
+  // the first takes a free ID above all others, so that the IDs no longer
+  // follow the tree's order.
   const uint32_t shared = events[1]->getID();
   events[2]->setID(shared);
   events[3]->setID(0);
-  const uint32_t next = project.eventIDs().nextID();
+  const uint32_t above = project.eventIDs().nextID() + 50;
+  events[0]->setID(above);
+  const uint32_t next = above + 1;
   project.assignEventIDs();
+  EXPECT_EQ(events[0]->getID(), above);
+  EXPECT_EQ(project.findEvent(above), events[0]);
   EXPECT_EQ(events[1]->getID(), shared);  // the first holder in tree order keeps it
   EXPECT_EQ(project.findEvent(shared), events[1]);
   EXPECT_GE(events[2]->getID(), next);
