@@ -10,6 +10,8 @@
 #include <set>
 #include <sstream>
 
+#include <unistd.h>
+
 #include "foundation/FFileStream.h"
 #include "midi/smf/MSmfReader.h"
 #include "midi/smf/MSmfWriter.h"
@@ -28,7 +30,8 @@ bool haveMido() { return std::system("/usr/bin/python3 -c 'import mido' >/dev/nu
 
 // Runs a python script (written to a file) with arguments; its output lines.
 Lines runPython(const std::string& script, const std::string& arguments) {
-  const fs::path path = fs::temp_directory_path() / "vantor-smf-interop.py";
+  // Tests run in parallel processes: one script file per process.
+  const fs::path path = fs::temp_directory_path() / ("vantor-smf-interop-" + std::to_string(getpid()) + ".py");
   std::ofstream(path) << script;
   const std::string command = std::string(kPython) + " " + path.string() + " " + arguments;
   Lines lines;
@@ -41,6 +44,7 @@ Lines runPython(const std::string& script, const std::string& arguments) {
     lines.push_back(text);
   }
   pclose(pipe);
+  fs::remove(path);
   return lines;
 }
 
