@@ -277,7 +277,7 @@ bool MSmfReader::read(FStream& stream) {
   const uint8_t* window = stream.directBytes(&available);
   const int64_t remaining = stream.remaining();
   std::vector<uint8_t> copy;
-  if (window == nullptr || available <= 0 || (remaining != FStream::kUnknown && available < remaining)) {
+  if (window == nullptr || remaining == FStream::kUnknown || available < remaining) {
     // Not in memory: read it in blocks, so that the copy grows only as far
     // as the stream really delivers.
     window = nullptr;

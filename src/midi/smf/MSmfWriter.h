@@ -48,7 +48,8 @@ class MSmfWriter {
   // A whole message of count bytes (at least 1) whose first byte is taken to
   // be its 0xF0: writes 0xF0, count - 1 and bytes[1..count-1], then 0xF7 when
   // the message did not end with one. The appended 0xF7 is not counted in
-  // the stored length: readers of the files of this family tolerate that.
+  // the stored length, as in the files this program has always written;
+  // the reader replaces the message's last byte with 0xF7 to match.
   // Clears the running status.
   [[nodiscard]] bool systemExclusive(int64_t tick, const uint8_t* bytes, uint32_t count);
   // A message written in pieces: 0xF0 and count (the number of bytes to
