@@ -11,6 +11,11 @@
 // - one cursor runs through the file; a chunk that is not "MTrk" is neither
 //   parsed nor skipped (the next chunk header is read right behind its
 //   header) and it counts against the track count;
+// - a chunk's length only counts down the bytes its events take: an event
+//   that runs past it is read whole, and the next chunk header is read
+//   where the cursor stopped;
+// - status bytes 0xF1 to 0xFE other than 0xF7 and 0xFF have no meaning in a
+//   file and are passed over alone;
 // - the track count is signed: 0x8000 or more reads no track chunk;
 // - running status survives system exclusive and meta events;
 // - a failed read inside a chunk ends that chunk (an open track gets no end
