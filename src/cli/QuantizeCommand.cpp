@@ -63,7 +63,7 @@ void addQuantizeCommand(CLI::App& app, CliContext& context, int* exitCode) {
   quantize->add_option("FILE", options->path, "Project file (.vpr)")->required();
   quantize->add_option("--track", options->tracks, "A track, by name or number (repeatable; default: all MIDI tracks)");
   // Values are checked by the shell's rule (parseQuantizeOptions).
-  options->valued = {{"--grid", ""},   {"--type", ""},   {"--tuplet", ""}, {"--swing", ""},
+  options->valued = {{"--grid", ""},     {"--type", ""},   {"--tuplet", ""}, {"--swing", ""},
                      {"--magnetic", ""}, {"--random", ""}, {"--seed", ""},   {"--iterative", ""}};
   const char* const help[] = {"Grid note: 1/1 ... 1/128 (default 1/16)",
                               "straight, triplet or dotted",
@@ -78,9 +78,9 @@ void addQuantizeCommand(CLI::App& app, CliContext& context, int* exitCode) {
   }
   auto* functions = quantize->add_option_group("function", "At most one of the other functions");
   const std::pair<const char*, MQuantizeFunction> flags[] = {{"--lengths", MQuantizeFunction::kLengths},
-                                                              {"--ends", MQuantizeFunction::kEnds},
-                                                              {"--undo", MQuantizeFunction::kUndo},
-                                                              {"--freeze", MQuantizeFunction::kFreeze}};
+                                                             {"--ends", MQuantizeFunction::kEnds},
+                                                             {"--undo", MQuantizeFunction::kUndo},
+                                                             {"--freeze", MQuantizeFunction::kFreeze}};
   for (const auto& [flag, function] : flags) {
     functions->add_flag_callback(
         flag, [options, flag = flag] { options->flags.push_back(flag); },

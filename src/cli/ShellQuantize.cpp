@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <iterator>
 #include <cmath>
+#include <iterator>
 
 #include "cli/ShellReferences.h"
 #include "document/PDocument.h"

@@ -19,9 +19,7 @@ MNoteValues currentValues(MMidiNote& note) {
           note.getInitialLengthOffset()};
 }
 
-size_t MNoteValuesCommand::heldBytes() const {
-  return MCommand::heldBytes() + notes_.capacity() * sizeof(MNoteValues);
-}
+size_t MNoteValuesCommand::heldBytes() const { return MCommand::heldBytes() + notes_.capacity() * sizeof(MNoteValues); }
 
 bool MNoteValuesCommand::doPerform() {
   std::unordered_set<const MMidiNote*> seen;

@@ -45,9 +45,8 @@ bool valuesFor(const Context& c, MMidiNote& note, MNoteValues* out) {
   MNoteValues v = currentValues(note);
   const double initialStart = note.getInitialStart();
   const double initialLength = note.getInitialLength();
-  const double tolerance = c.function == MQuantizeFunction::kQuantize
-                               ? std::max(c.settings.nonQuantize, kMinTolerance)
-                               : kMinTolerance;
+  const double tolerance =
+      c.function == MQuantizeFunction::kQuantize ? std::max(c.settings.nonQuantize, kMinTolerance) : kMinTolerance;
   switch (c.function) {
     case MQuantizeFunction::kQuantize:
     case MQuantizeFunction::kIterative: {
@@ -132,7 +131,8 @@ FRef<MCommand> makeQuantizeCommand(MQuantizeFunction function, const std::vector
                                    const MQuantizeSettings& settings, size_t* changed) {
   MQuantizeRandom random(settings.seed);
   std::vector<MNoteValues> values;
-  for (const MQuantizePart& part : parts) collectQuantizeValues(function, part, setting, bars, settings, random, &values);
+  for (const MQuantizePart& part : parts)
+    collectQuantizeValues(function, part, setting, bars, settings, random, &values);
   if (changed != nullptr) *changed = values.size();
   if (values.empty()) return nullptr;
   if (function == MQuantizeFunction::kFreeze) return FRef<MCommand>(new MNoteFreezeCommand(std::move(values)));

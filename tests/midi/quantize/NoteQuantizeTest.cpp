@@ -69,8 +69,8 @@ TEST_F(NoteQuantize, RandomActionsUndoToTheExactBytesAndKeepStartOrder) {
   origin_ = 250;  // the part's content starts off a bar line
   for (int i = 0; i < 3000; ++i) {
     // Every tenth note shares its start with the one before.
-    const double start = i % 10 == 9 ? part_->events()->at(part_->events()->size() - 1)->getStart()
-                                     : std::round(place(rng) * 4) / 4;
+    const double start =
+        i % 10 == 9 ? part_->events()->at(part_->events()->size() - 1)->getStart() : std::round(place(rng) * 4) / 4;
     addNote(start, 10 + std::round(place(rng) / 20), static_cast<uint8_t>(i % 128));
   }
   const Bytes original = bytes();
