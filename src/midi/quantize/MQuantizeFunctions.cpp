@@ -121,6 +121,7 @@ void collectQuantizeValues(MQuantizeFunction function, const MQuantizePart& part
   const Context context{function, part.origin, setting, bars, settings, random};
   for (const auto& event : *events) {
     auto* note = dynamic_cast<MMidiNote*>(event.get());
+    if (part.selectedOnly && note != nullptr && !note->hasFlag(MEventFlag::kSelected)) continue;
     MNoteValues values;
     if (note != nullptr && valuesFor(context, *note, &values)) out->push_back(std::move(values));
   }
@@ -144,7 +145,7 @@ size_t autoQuantizeImported(MMidiPart& part, double origin, const MMidiQuantize&
   if (!settings.autoQuantize || part.events() == nullptr) return 0;
   MQuantizeRandom random(settings.seed);
   std::vector<MNoteValues> values;
-  collectQuantizeValues(MQuantizeFunction::kQuantize, {&part, origin}, setting, bars, settings, random, &values);
+  collectQuantizeValues(MQuantizeFunction::kQuantize, {&part, origin, false}, setting, bars, settings, random, &values);
   for (MNoteValues& v : values) {
     v.note->setStart(v.start);
     v.note->setInitialStartOffset(v.initialStartOffset);

@@ -74,11 +74,12 @@ class MQuantizeRandom {
   uint32_t state_;
 };
 
-// One part to work on: its notes, and where its positions count from on
-// the project's time line.
+// One part to work on: its notes, where its positions count from on the
+// project's time line, and whether only its selected notes are taken.
 struct MQuantizePart {
   MMidiPart* part = nullptr;
   double origin = 0.0;
+  bool selectedOnly = false;
 };
 
 // The new values of every note of part that function changes, appended to

@@ -174,6 +174,8 @@ TEST_F(NoteQuantize, IterativeConvergesAndLockedNotesRefuse) {
   EXPECT_NEAR(note->getStart(), 120.0, 2e-05);
   EXPECT_EQ(note->getInitialStart(), 70.0);
 
+  // Only the selected notes, when asked: the one note is not selected.
+  EXPECT_FALSE(makeQuantizeCommand(F::kUndo, {{part_.get(), 0, true}}, MGridQuantize(), bars_, {}));
   note->setFlag(MEventFlag::kLocked, true);
   const Bytes before = bytes();
   FRef<MCommand> command = makeQuantizeCommand(F::kUndo, {{part_.get(), 0}}, MGridQuantize(), bars_, {});
