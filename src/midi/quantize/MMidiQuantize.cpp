@@ -43,6 +43,8 @@ bool MMidiQuantize::isActive() const { return true; }
 
 bool MMidiQuantize::gridPointKind(int index, int* kind) const {
   const double offset = gridPoint(index);
+  // A pattern answers an infinite offset past its last point: no point.
+  if (!std::isfinite(offset)) return false;
   if (offset == 0.0) {
     *kind = MGridPointKind::kBar;
   } else if (static_cast<int64_t>(offset) % static_cast<int64_t>(kPPQ) == 0) {

@@ -52,7 +52,7 @@ class MMidiQuantize : public FShared {
   // Whether the setting moves positions at all; true here.
   virtual bool isActive() const;
   // The kind of the index-th grid point of a bar (MGridPointKind), written
-  // to *kind; true when the point exists.
+  // to *kind; true when the point exists (false leaves *kind as it was).
   virtual bool gridPointKind(int index, int* kind) const;
   // Offset in pulses of the index-th grid point from the bar start; index 0
   // is the first. Points increase with index; one at or past the bar's

@@ -58,6 +58,7 @@ TEST_F(GridQuantize, PositionsMoveByTheTableOfEdgeCases) {
   threeFour.signature(0)->setSignature(3, 4);
   const MSignatureBarSource threeFourBars(threeFour);
   MFixedBarSource sevenSixteenths(7 * 120 + 60);  // 900: last interval 60
+  MFixedBarSource sevenSixteenthsExact(7 * 120);  // 840: the bar line is point 7
   struct Case {
     MGridQuantize setting;
     const MBarSource* bars;
@@ -94,6 +95,11 @@ TEST_F(GridQuantize, PositionsMoveByTheTableOfEdgeCases) {
       {{3, 1, 0.5}, b, 170, kNear, 160},
       {{2, 2, 0.5}, b, 700, kNear, 720},
       {{4, 0, 0.5, 0, 3}, b, 45, kNear, 40},
+      // The bar line never swings, even as odd point 7 of a 7/16 bar; the
+      // odd point 840 of a 900 bar does.
+      {{4, 0, 0.5}, &sevenSixteenthsExact, 830, kNear, 840},
+      {{4, 0, 0.5}, &sevenSixteenthsExact, 780, kNear, 720},
+      {{4, 0, 0.5}, &sevenSixteenths, 850, kNear, 860},
       // Magnetic area 0.25 at grid 4 = 30: 30 away moves, 31 stays.
       {{4, 0, 0, 0.25}, b, 150, kNear, 120},
       {{4, 0, 0, 0.25}, b, 151, kNear, 151},
@@ -162,6 +168,10 @@ TEST_F(GridQuantize, TheBaseWalkStopsAt256AndPatternsRepeat) {
   EXPECT_EQ(late.quantize(50, fourFour_, kNear), 50.0);
   EXPECT_EQ(late.quantize(1600, fourFour_, kNear), 1920.0);
   EXPECT_EQ(MQuantizePattern().quantize(700, fourFour_, kNear), 700.0);
+  int kind = 0;
+  EXPECT_TRUE(late.gridPointKind(1, &kind));
+  EXPECT_EQ(kind, MGridPointKind::kOffBeat);
+  EXPECT_FALSE(late.gridPointKind(2, &kind));
   // Patterns that are not ascending or lie outside their span are refused.
   EXPECT_FALSE(groove.setPattern(480, {0, 480}));
   EXPECT_FALSE(groove.setPattern(480, {200, 100}));
