@@ -9,6 +9,7 @@
 #include "cli/CliContext.h"
 #include "cli/DumpCommand.h"
 #include "cli/ProjectCommands.h"
+#include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
 #include "document/PDocumentInit.h"
 #include "model/undo/GUndoManager.h"
@@ -92,6 +93,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addClassesCommand(app, context, &exitCode);
   addProjectCommands(app, context, &exitCode);
   addShellCommands(app, context, std::cin, &exitCode);
+  addQuantizeCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

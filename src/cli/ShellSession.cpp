@@ -69,6 +69,7 @@ void ShellSession::addVerbs() {
   addListingVerbs(verbs_);
   addTrackVerbs(verbs_);
   addEventVerbs(verbs_);
+  addQuantizeVerbs(verbs_);
   addTimeVerbs(verbs_);
   addMarkerVerbs(verbs_);
 }

@@ -77,6 +77,7 @@ class ShellSession {
   // Prints an error for the current line and returns false.
   bool fail(const std::string& message);
   std::ostream& out() { return context_.out; }
+  CliContext& context() { return context_; }
   PDocument& document() { return document_; }
   MProject& project();
   MTransport& transport();
@@ -139,5 +140,6 @@ void addEventVerbs(std::vector<ShellVerb>& verbs);
 void addTimeVerbs(std::vector<ShellVerb>& verbs);
 void addMarkerVerbs(std::vector<ShellVerb>& verbs);
 void addSessionVerbs(std::vector<ShellVerb>& verbs);
+void addQuantizeVerbs(std::vector<ShellVerb>& verbs);
 
 }  // namespace vantor::cli

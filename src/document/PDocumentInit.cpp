@@ -3,6 +3,7 @@
 #include "document/PAppVersion.h"
 #include "document/PArrangement.h"
 #include "document/PDeviceSetup.h"
+#include "document/PMidiPreferences.h"
 #include "document/PWindowLayouts.h"
 #include "foundation/FInitializer.h"
 #include "midi/MMidiInit.h"
@@ -18,7 +19,10 @@ void registerDocumentClasses() {
 
 void initializeDocument() {
   initializeMidi();
-  FInitializer::add("document", FInitializer::kDocument, registerDocumentClasses);
+  FInitializer::add("document", FInitializer::kDocument, [] {
+    registerDocumentClasses();
+    declareMidiPreferences();
+  });
   FInitializer::runAll();
 }
 

@@ -7,7 +7,10 @@ namespace vantor {
 
 void initializeMidi() {
   initializeModel();
-  FInitializer::add("midi", FInitializer::kMidi, [] { registerMidiEventClasses(); });
+  FInitializer::add("midi", FInitializer::kMidi, [] {
+    registerMidiEventClasses();
+    registerQuantizeClasses();
+  });
   FInitializer::runAll();
 }
 

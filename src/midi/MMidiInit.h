@@ -9,5 +9,6 @@ void initializeMidi();
 
 // Registration of each area of the MIDI layer; run by initializeMidi().
 void registerMidiEventClasses();
+void registerQuantizeClasses();
 
 }  // namespace vantor

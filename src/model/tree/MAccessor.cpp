@@ -35,6 +35,13 @@ FRef<MEvent> MAccessor::remove(MEvent* event) {
   return taken;
 }
 
+bool MAccessor::reorder() {
+  if (!writable_ || events_ == nullptr) return false;
+  events_->sortAfterAppend();
+  node_->eventsChanged();
+  return true;
+}
+
 void MAccessor::extentWillChange(MEvent* event) {
   if (node_) node_->extentWillChange(event);
 }

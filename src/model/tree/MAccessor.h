@@ -31,6 +31,12 @@ class MAccessor : public FShared {
   [[nodiscard]] virtual bool insert(FRef<MEvent> event);
   // Takes event out and returns it; nullptr when absent or read-only.
   virtual FRef<MEvent> remove(MEvent* event);
+  // Puts the events back in start order after a batch edit changed their
+  // starts in place: one O(n log n) sort instead of a removal and an
+  // insertion per event, which would make moving every note of a part
+  // quadratic. Events of equal start keep their order keys, so undoing the
+  // batch restores the former order exactly. False for a read accessor.
+  [[nodiscard]] bool reorder();
   // Announce an extent change of an event that stays in place.
   void extentWillChange(MEvent* event);
   void extentChanged(MEvent* event);

@@ -61,8 +61,10 @@ void MEventContainer::append(FRef<MEvent> event) {
 }
 
 void MEventContainer::sortAfterAppend() {
-  std::stable_sort(events_.begin(), events_.end(),
-                   [](const FRef<MEvent>& a, const FRef<MEvent>& b) { return before(a.get(), b.get()); });
+  const auto order = [](const FRef<MEvent>& a, const FRef<MEvent>& b) { return before(a.get(), b.get()); };
+  // Bulk edits often leave the order as it was: a check is cheaper than a sort.
+  if (std::is_sorted(events_.begin(), events_.end(), order)) return;
+  std::stable_sort(events_.begin(), events_.end(), order);
 }
 
 void MEventContainer::clear() {
