@@ -9,7 +9,7 @@ packages=(
   libflatbuffers-dev flatbuffers-compiler
   clang libclang-rt-14-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
-  python3
+  python3 python3-mido
 )
 
 missing=()
