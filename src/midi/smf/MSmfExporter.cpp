@@ -270,10 +270,10 @@ bool TrackItems::writeTo(MSmfWriter& writer, int64_t* events, std::string* error
     if (!writeItem(writer, item)) {
       // The writer refuses a delta time above what four bytes hold; every
       // other refusal comes from the stream.
-      *error = item.tick() - previous > kSmfMaxVariableLength
-                   ? "an event at tick " + std::to_string(item.tick()) +
-                         " lies too far after the one before it for a MIDI file (at most 268435455 ticks apart)"
-                   : "the file could not be written";
+      if (item.tick() - previous > kSmfMaxVariableLength) {
+        *error = "an event at tick " + std::to_string(item.tick()) +
+                 " lies too far after the one before it for a MIDI file (at most 268435455 ticks apart)";
+      }
       return false;
     }
     previous = item.tick();
@@ -313,30 +313,29 @@ bool MSmfExporter::write(FStream& stream, std::string* error) {
   header.format = options_.type == 0 ? 0 : 1;
   header.trackCount = static_cast<int16_t>(options_.type == 0 ? 1 : std::min<size_t>(tracks.size() + 1, 0x7FFF));
   header.division = kDivision;
-  const auto failed = [&](const char* what) {
-    if (error->empty()) *error = what;
+  const auto failed = [&] {
     summary_.tracks = writer.tracksWritten();
     return false;
   };
   error->clear();
-  if (!writer.beginFile(header)) return failed("the file could not be written");
+  if (!writer.beginFile(header)) return failed();
   TrackItems items(options_.includeMuted);
   items.addConductor(project_);
   if (options_.type == 0) {
     for (const MTrackEvent* track : tracks) items.addMidiTrack(*track);
   }
   if (!writer.beginTrack() || !items.writeTo(writer, &summary_.events, error) || !writer.endTrack()) {
-    return failed("the file could not be written");
+    return failed();
   }
   for (size_t i = 0; options_.type != 0 && i < tracks.size(); ++i) {
     items.clear();
     items.addMidiTrack(*tracks[i]);
     const std::string name = tracks[i]->getName();
     if (!writer.beginTrack(nameOf(name)) || !items.writeTo(writer, &summary_.events, error) || !writer.endTrack()) {
-      return failed("the file could not be written");
+      return failed();
     }
   }
-  if (!writer.endFile()) return failed("the file could not be written");
+  if (!writer.endFile()) return failed();
   summary_.tracks = writer.tracksWritten();
   return true;
 }

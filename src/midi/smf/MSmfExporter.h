@@ -80,9 +80,10 @@ class MSmfExporter {
   MSmfExporter(const MProject& project, MSmfExportOptions options);
 
   // Writes the whole file to stream from its position on. False when the
-  // stream failed or the project holds what a MIDI file cannot (*error says
-  // why, in words for the user); the bytes written are then incomplete and
-  // must be thrown away.
+  // stream failed (*error is then empty: the stream knows why) or the
+  // project holds what a MIDI file cannot (*error says why, in words for
+  // the user); the bytes written are then incomplete and must be thrown
+  // away.
   [[nodiscard]] bool write(FStream& stream, std::string* error);
 
   // What the last write() wrote (up to its failure).
