@@ -8,6 +8,7 @@
 
 #include "midi/events/MMidiMessage.h"
 #include "midi/events/MMidiNote.h"
+#include "midi/events/MMidiPart.h"
 #include "midi/events/MMidiSysex.h"
 #include "midi/events/MSmfEvent.h"
 #include "midi/smf/MSmfVariableLength.h"
@@ -193,10 +194,14 @@ void TrackItems::addPart(const MPartEvent& part) {
   const double first = part.getOffset();
   const double end = first + part.getLength();
   const double origin = part.getContentOrigin();
-  for (size_t i = events.lowerBound(first); i < events.size(); ++i) {
+  // A part loaded without trust may hold its events out of order: it is
+  // read whole instead of from a search (the items are sorted anyway).
+  const bool ordered = !part.hasFlag(MMidiPartEvent::kUnchecked);
+  for (size_t i = ordered ? events.lowerBound(first) : 0; i < events.size(); ++i) {
     const MEvent& event = *events.at(i);
-    if (!(event.getStart() < end)) break;
-    if (includeMuted_ || !event.isMuted()) addEvent(event, origin + event.getStart());
+    const bool shown = event.getStart() >= first && event.getStart() < end;
+    if (!shown && ordered) break;
+    if (shown && (includeMuted_ || !event.isMuted())) addEvent(event, origin + event.getStart());
   }
 }
 

@@ -32,8 +32,8 @@
 // become 0. A note ends at its rounded end position (so notes that touch in
 // the project touch in the file), and at least one tick after its start.
 //
-// Tempo: each change at its tick (the first at tick 0, since the first
-// tempo holds from the start). A ramp becomes steps of a sixteenth note
+// Tempo: each change at its tick, and the first one also at tick 0 when it
+// lies later, since the first tempo holds from the start. A ramp becomes steps of a sixteenth note
 // (longer for very long ramps, at most kMaxRampSteps per ramp), each with
 // the mean tempo of its step, so that every step begins at the second the
 // project gives it, to the microsecond. A tempo slower than a file can hold

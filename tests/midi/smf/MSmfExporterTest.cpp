@@ -23,6 +23,7 @@
 #include "model/time/MTempoTrack.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
+#include "model/tree/MTrackList.h"
 
 namespace vantor {
 namespace {
@@ -257,6 +258,21 @@ TEST_F(SmfExport, TempoRampsKeepTheSecondsOfTheProject) {
   EXPECT_EQ(tick, 4920);
   // 16 steps of a sixteenth over the ramp, then 60 and 100 BPM.
   EXPECT_EQ(tempos, 18);
+}
+
+TEST_F(SmfExport, APartNotYetCheckedIsReadWhole) {
+  if (!test::haveMido()) GTEST_SKIP() << "python3-mido is not installed";
+  // As loaded while loaded parts are not trusted: its events out of order.
+  FRef<MPartEvent> part = addTrack("Loaded")->createPart();
+  part->setLength(1920);
+  part->setFlag(MMidiPartEvent::kUnchecked, true);
+  auto& list = static_cast<MPartNode*>(part->getNode())->list();
+  for (double start : {960.0, 1920.0, 0.0}) list.append(note(start, 60, 100, 10));
+  ASSERT_TRUE(project().addPart(project().getTrackList()->at(0), part));
+  exportTo({0, false});
+  EXPECT_EQ(test::readWithMido(path_),
+            (MidoLines{"type 0 tracks 1 division 480", "0 0 FF 51 03 07 A1 20", "0 0 FF 58 04 04 02 18 08",
+                       "0 0 90 3C 64", "0 10 90 3C 00", "0 960 90 3C 64", "0 970 90 3C 00", "0 970 FF 2F 00"}));
 }
 
 TEST_F(SmfExport, AnEventTooFarForAFileFailsWithAReason) {
