@@ -70,6 +70,7 @@ void ShellSession::addVerbs() {
   addTrackVerbs(verbs_);
   addEventVerbs(verbs_);
   addQuantizeVerbs(verbs_);
+  addMidiExportVerbs(verbs_);
   addTimeVerbs(verbs_);
   addMarkerVerbs(verbs_);
 }

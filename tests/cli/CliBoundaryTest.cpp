@@ -281,6 +281,14 @@ const Row kRows[] = {
     {"quantize iterative 100 --grid 1/8", kOk},
     {"quantize iterative 101", kNo, "bad strength \"101\" (expected 0 to 100)"},
     {"quantize iterative", kNo, "usage: quantize iterative STRENGTH [OPTIONS]"},
+    // MIDI file export (into the test's working folder).
+    {"export midi boundary.mid", kOk},
+    {"export midi boundary.mid 0", kOk},
+    {"export midi boundary.mid 1", kOk},
+    {"export midi boundary.mid 2", kNo, "bad MIDI file type \"2\" (0 or 1)"},
+    {"export midi boundary.mid 1 x", kNo, "usage: export midi PATH [0|1]"},
+    {"export midi", kNo, "usage: export midi PATH [0|1]"},
+    {"export midi /nonexistent-folder/x.mid", kNo, "Can not write MIDI file \"/nonexistent-folder/x.mid\" !"},
     // The session.
     {"undo", kNo, "nothing to undo"},
     {"undo 0", kNo, "bad count"},
