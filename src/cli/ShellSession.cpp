@@ -72,6 +72,7 @@ void ShellSession::addVerbs() {
   addQuantizeVerbs(verbs_);
   addTimeVerbs(verbs_);
   addMarkerVerbs(verbs_);
+  addMidiImportVerbs(verbs_);
 }
 
 MProject& ShellSession::project() { return *document_.project(); }

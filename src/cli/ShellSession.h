@@ -141,5 +141,6 @@ void addTimeVerbs(std::vector<ShellVerb>& verbs);
 void addMarkerVerbs(std::vector<ShellVerb>& verbs);
 void addSessionVerbs(std::vector<ShellVerb>& verbs);
 void addQuantizeVerbs(std::vector<ShellVerb>& verbs);
+void addMidiImportVerbs(std::vector<ShellVerb>& verbs);
 
 }  // namespace vantor::cli
