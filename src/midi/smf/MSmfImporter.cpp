@@ -207,6 +207,7 @@ void MSmfImporter::noteOn(Chunk& chunk, int64_t tick, uint8_t channel, uint8_t p
   note->setData1(pitch);
   note->setData2(velocity);
   note->setLength(kSounding);
+  ++result_.counts.notes;
   chunk.sounding[channel * 128u + pitch].push_back(static_cast<uint32_t>(chunk.events.size()));
   addEvent(chunk, tick, std::move(note));
 }
@@ -240,7 +241,26 @@ void MSmfImporter::channelEvent(MSmfTrackHandle track, int64_t tick, uint8_t sta
   if (kind == 0x90 && data2 != 0) return noteOn(*chunk, tick, channel, data1, data2);
   if (kind == 0x80 || kind == 0x90) return noteOff(*chunk, tick, channel, data1, kind == 0x80 ? data2 : 0);
   FRef<MMidiEvent> event = makeMidiEvent(status, data1, data2);
-  if (event) addEvent(*chunk, tick, std::move(event));
+  if (!event) return;
+  MSmfImportCounts& counts = result_.counts;
+  switch (kind) {
+    case 0xA0:
+      ++counts.polyPressures;
+      break;
+    case 0xB0:
+      ++counts.controllers;
+      break;
+    case 0xC0:
+      ++counts.programChanges;
+      break;
+    case 0xD0:
+      ++counts.afterTouches;
+      break;
+    default:
+      ++counts.pitchBends;
+      break;
+  }
+  addEvent(*chunk, tick, std::move(event));
 }
 
 void MSmfImporter::systemExclusive(MSmfTrackHandle track, int64_t tick, const uint8_t* bytes, uint32_t count) {
@@ -249,6 +269,7 @@ void MSmfImporter::systemExclusive(MSmfTrackHandle track, int64_t tick, const ui
   chunk->hasData = true;
   FRef<MMidiSysex> sysex = makeRef<MMidiSysex>();
   sysex->setBytes(std::vector<uint8_t>(bytes, bytes + count));
+  ++result_.counts.sysex;
   addEvent(*chunk, tick, std::move(sysex));
 }
 
@@ -257,6 +278,7 @@ void MSmfImporter::metaEvent(MSmfTrackHandle track, int64_t tick, uint8_t type, 
   if (chunk == nullptr || chunk->closed) return;
   std::vector<uint8_t> bytes;
   if (data != nullptr) bytes.assign(data, data + length);
+  ++result_.counts.meta;
   addEvent(*chunk, tick, makeRef<MSmfEvent>(type, std::move(bytes)));
 }
 
@@ -297,6 +319,7 @@ void MSmfImporter::build(const TickConverter& convert) {
   }
   if (first == nullptr) {
     result_.counts.dropped += orphans.size();
+    result_.counts.meta -= orphans.size();
   } else {
     for (auto& event : orphans) first->events.push_back(std::move(event));
   }
@@ -343,36 +366,12 @@ FRef<MTrackEvent> MSmfImporter::buildTrack(Chunk& chunk, const TickConverter& co
   MEventContainer* events = placement->getNode()->events();
   if (events == nullptr || track->getNode()->events() == nullptr) return nullptr;
   double end = chunk.endTick >= 0 ? convert(chunk.endTick) : 0.0;
-  MSmfImportCounts& counts = result_.counts;
   for (FRef<MEvent>& event : chunk.events) {
     const double start = convert(static_cast<int64_t>(event->getStart()));
-    if (auto* note = dynamic_cast<MMidiNote*>(event.get())) {
-      note->setLength(convert(static_cast<int64_t>(note->getLength())) - start);
-      ++counts.notes;
-    } else if (auto* midi = dynamic_cast<MMidiEvent*>(event.get())) {
-      switch (midi->getStatusType()) {
-        case 0xA0:
-          ++counts.polyPressures;
-          break;
-        case 0xB0:
-          ++counts.controllers;
-          break;
-        case 0xC0:
-          ++counts.programChanges;
-          break;
-        case 0xD0:
-          ++counts.afterTouches;
-          break;
-        case 0xE0:
-          ++counts.pitchBends;
-          break;
-        default:
-          ++counts.sysex;
-          break;
-      }
-    } else {
-      ++counts.meta;
-    }
+    // Only notes have a length: their end tick until now. A note that ends
+    // at tick 0 has length 0 either way.
+    const double endTick = event->getLength();
+    if (endTick > 0.0) event->setLength(convert(static_cast<int64_t>(endTick)) - start);
     event->setStart(start);
     end = std::max(end, event->getEnd());
     events->append(std::move(event));
