@@ -160,7 +160,7 @@ void addMidiImportCommand(CLI::App& app, CliContext& context, int* exitCode) {
       app.add_subcommand("import-midi", "Import a Standard MIDI File into a project as one undoable action, and save");
   auto options = std::make_shared<Options>();
   command->add_option("FILE", options->project, "Project file (.vpr)")->required();
-  command->add_option("MIDI", options->midi, "MIDI file (.mid) to import")->required();
+  command->add_option("MIDI", options->midi, "MIDI file (a Standard MIDI File, .mid) to import")->required();
   command->add_option("--at", options->at,
                       "Where the file starts: pulses, bars (5.1.1.0), seconds (3.5s) or minutes (1:02.250); "
                       "default the start of the song");

@@ -281,6 +281,13 @@ const Row kRows[] = {
     {"quantize iterative 100 --grid 1/8", kOk},
     {"quantize iterative 101", kNo, "bad strength \"101\" (expected 0 to 100)"},
     {"quantize iterative", kNo, "usage: quantize iterative STRENGTH [OPTIONS]"},
+    // Import MIDI.
+    {"import midi \"" VANTOR_SHARED_DIR "/corpus/midi/kovaxis-midly/Clementi.mid\" 5.1.1.0", kOk},
+    {"import midi /nonexistent-folder/x.mid", kNo,
+     "Cannot import MIDI file \"/nonexistent-folder/x.mid\": No such file or directory"},
+    {"import midi /", kNo, "Cannot import MIDI file \"/\": Is a directory"},
+    {"import midi x.mid -1", kNo, "Negative positions are not allowed"},
+    {"import midi", kNo, "usage: import midi FILE [POSITION]"},
     // The session.
     {"undo", kNo, "nothing to undo"},
     {"undo 0", kNo, "bad count"},
