@@ -132,6 +132,9 @@ bool MSmfImporter::importBytes(const uint8_t* data, size_t size, std::string* re
     return false;
   }
   if (open_ != nullptr) closeChunk(*open_, open_->lastTick);
+  // Tempo changes of several chunks: position order; the last of equal
+  // ticks wins.
+  std::stable_sort(tempos_.begin(), tempos_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   const TickConverter convert(header(), tempos_, position_, projectTempo_);
   build(convert);
   return true;
@@ -301,9 +304,6 @@ void MSmfImporter::timeSignature(int64_t tick, int numerator, int denominator) {
 }
 
 void MSmfImporter::build(const TickConverter& convert) {
-  // Tempo changes of several chunks: position order; the last of equal
-  // ticks wins.
-  std::stable_sort(tempos_.begin(), tempos_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   buildTimeMap(convert);
   // Meta events of chunks that make no track go to the first track.
   std::vector<FRef<MEvent>> orphans;

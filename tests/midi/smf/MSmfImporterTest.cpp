@@ -229,18 +229,19 @@ TEST_F(SmfImport, AutoQuantizeMovesImportedNotesAndKeepsTheirInitialPlaces) {
 }
 
 // Division 0xE728: 25 frames of 40 ticks, 1000 ticks a second. A note from
-// tick 1000 to 3000 (1 s to 3 s), 120 BPM from 0 and 60 BPM from tick 2000.
+// tick 1000 to 3000 (1 s to 3 s), 60 BPM from tick 2000 in the note's chunk
+// and 120 BPM from 0 in a chunk after it.
 Bytes smpteFile(bool withTempo) {
-  Bytes track;
-  if (withTempo) test::append(track, {0x00, 0xFF, 0x51, 0x03, 0x07, 0xA1, 0x20});
-  test::append(track, {0x87, 0x68, 0x90, 0x3C, 0x64});
+  Bytes track = {0x87, 0x68, 0x90, 0x3C, 0x64};
   if (withTempo) {
     test::append(track, {0x87, 0x68, 0xFF, 0x51, 0x03, 0x0F, 0x42, 0x40, 0x87, 0x68});
   } else {
     test::append(track, {0x8F, 0x50});  // 2000 ticks
   }
   test::append(track, {0x80, 0x3C, 0x40, 0x00, 0xFF, 0x2F, 0x00});
-  return test::file({test::header(0, 1, 0xE728), test::chunk("MTrk", track)});
+  if (!withTempo) return test::file({test::header(0, 1, 0xE728), test::chunk("MTrk", track)});
+  return test::file({test::header(1, 2, 0xE728), test::chunk("MTrk", track),
+                     test::chunk("MTrk", {0x00, 0xFF, 0x51, 0x03, 0x07, 0xA1, 0x20, 0x00, 0xFF, 0x2F, 0x00})});
 }
 
 TEST_F(SmfImport, SmpteTicksBecomePulsesThroughSeconds) {
