@@ -9,6 +9,7 @@
 #include "cli/CliContext.h"
 #include "cli/DumpCommand.h"
 #include "cli/MidiExportCommand.h"
+#include "cli/MidiImportCommand.h"
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
@@ -96,6 +97,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addShellCommands(app, context, std::cin, &exitCode);
   addQuantizeCommand(app, context, &exitCode);
   addMidiExportCommand(app, context, &exitCode);
+  addMidiImportCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

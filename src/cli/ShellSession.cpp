@@ -73,6 +73,7 @@ void ShellSession::addVerbs() {
   addMidiExportVerbs(verbs_);
   addTimeVerbs(verbs_);
   addMarkerVerbs(verbs_);
+  addMidiImportVerbs(verbs_);
 }
 
 MProject& ShellSession::project() { return *document_.project(); }

@@ -142,5 +142,6 @@ void addMarkerVerbs(std::vector<ShellVerb>& verbs);
 void addSessionVerbs(std::vector<ShellVerb>& verbs);
 void addQuantizeVerbs(std::vector<ShellVerb>& verbs);
 void addMidiExportVerbs(std::vector<ShellVerb>& verbs);
+void addMidiImportVerbs(std::vector<ShellVerb>& verbs);
 
 }  // namespace vantor::cli

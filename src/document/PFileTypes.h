@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "foundation/FStream.h"
+#include "midi/smf/MSmfFileType.h"
 
 namespace vantor {
 
@@ -29,6 +30,11 @@ inline constexpr std::array<PFileType, 4> kDocumentFileTypes{{
     {kProjectFileType, "Sorvel Project File", kProjectMimeType},
     {kCacheFileType, "Cache File", kCacheMimeType},
     {kBackupFileType, "Vantor Project Backup File", ""},
+}};
+
+// The types of files the document imports.
+inline constexpr std::array<PFileType, 1> kImportFileTypes{{
+    {kMidiFileType, kMidiFileTypeName, kMidiMimeType},
 }};
 
 // File name endings: projects, their backups ("song.vpr.bak") and automatic

@@ -10,6 +10,7 @@ void initializeMidi() {
   FInitializer::add("midi", FInitializer::kMidi, [] {
     registerMidiEventClasses();
     registerQuantizeClasses();
+    registerSmfImportClasses();
   });
   FInitializer::runAll();
 }

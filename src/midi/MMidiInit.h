@@ -10,5 +10,6 @@ void initializeMidi();
 // Registration of each area of the MIDI layer; run by initializeMidi().
 void registerMidiEventClasses();
 void registerQuantizeClasses();
+void registerSmfImportClasses();
 
 }  // namespace vantor

@@ -289,6 +289,13 @@ const Row kRows[] = {
     {"export midi boundary.mid 1 x", kNo, "usage: export midi PATH [0|1]"},
     {"export midi", kNo, "usage: export midi PATH [0|1]"},
     {"export midi /nonexistent-folder/x.mid", kNo, "Can not write MIDI file \"/nonexistent-folder/x.mid\" !"},
+    // Import MIDI.
+    {"import midi \"" VANTOR_SHARED_DIR "/corpus/midi/kovaxis-midly/Clementi.mid\" 5.1.1.0", kOk},
+    {"import midi /nonexistent-folder/x.mid", kNo,
+     "Cannot import MIDI file \"/nonexistent-folder/x.mid\": No such file or directory"},
+    {"import midi /", kNo, "Cannot import MIDI file \"/\": Is a directory"},
+    {"import midi x.mid -1", kNo, "Negative positions are not allowed"},
+    {"import midi", kNo, "usage: import midi FILE [POSITION]"},
     // The session.
     {"undo", kNo, "nothing to undo"},
     {"undo 0", kNo, "bad count"},
