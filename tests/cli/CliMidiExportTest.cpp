@@ -8,7 +8,7 @@
 #include <string>
 
 #include "CliTestSupport.h"
-#include "midi/smf/SmfMido.h"
+#include "midi/smf/MidoOracle.h"
 
 namespace vantor {
 namespace {

@@ -374,6 +374,9 @@ FRef<MTrackEvent> MSmfImporter::buildTrack(Chunk& chunk, const TickConverter& co
     if (endTick > 0.0) event->setLength(convert(static_cast<int64_t>(endTick)) - start);
     event->setStart(start);
     end = std::max(end, event->getEnd());
+    // A part shows what starts before its end: an event at the track's
+    // last tick (a pedal release, a reset) stretches it to the next beat.
+    if (start >= end) end = (std::floor(start / kPulsesPerQuarter) + 1.0) * kPulsesPerQuarter;
     events->append(std::move(event));
   }
   chunk.events = {};

@@ -17,7 +17,7 @@
 #include "midi/events/MMidiSysex.h"
 #include "midi/events/MSmfEvent.h"
 #include "midi/smf/MSmfExporter.h"
-#include "midi/smf/SmfMido.h"
+#include "midi/smf/MidoOracle.h"
 #include "model/markers/MMarkerEvent.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/time/MTempoTrack.h"

@@ -1,6 +1,6 @@
 #pragma once
 // python3-mido as an independent reader and writer in tests: runs a python
-// script and collects its output lines.
+// script and collects its output lines; reads a file's messages.
 
 #include <cstdio>
 #include <cstdlib>
@@ -39,6 +39,30 @@ inline std::vector<std::string> runPython(const std::string& script, const std::
   }
   std::filesystem::remove(path);
   return lines;
+}
+
+using MidoLines = std::vector<std::string>;
+
+// "type T tracks N division D", then per message "TRACK TICK HEX BYTES" at
+// absolute ticks; with seconds, "SECONDS HEX BYTES" (to the microsecond) of
+// each message instead, by mido's own tempo-map walk over the merged file.
+inline MidoLines readWithMido(const std::string& path, bool seconds = false) {
+  return runPython(R"(import sys, mido
+f = mido.MidiFile(sys.argv[1])
+print('type', f.type, 'tracks', len(f.tracks), 'division', f.ticks_per_beat)
+if sys.argv[2] == 'seconds':
+    now = 0.0
+    for m in f:
+        now += m.time
+        print('%.6f' % now, ' '.join('%02X' % b for b in m.bytes()))
+else:
+    for i, track in enumerate(f.tracks):
+        tick = 0
+        for m in track:
+            tick += m.time
+            print(i, tick, ' '.join('%02X' % b for b in m.bytes()))
+)",
+                   "'" + path + "' " + (seconds ? "seconds" : "ticks") + " 2>&1");
 }
 
 }  // namespace vantor::test

@@ -3,18 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
 
-#include <unistd.h>
-
 #include "foundation/FFileStream.h"
 #include "midi/smf/MSmfReader.h"
 #include "midi/smf/MSmfWriter.h"
+#include "midi/smf/MidoOracle.h"
 #include "midi/smf/SmfRecorder.h"
 
 namespace vantor {
@@ -23,41 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-// Debian's interpreter, where python3-mido lives.
-constexpr const char* kPython = "/usr/bin/python3";
-
-bool haveMido() { return std::system("/usr/bin/python3 -c 'import mido' >/dev/null 2>&1") == 0; }
-
-// Runs a python script (written to a file) with arguments; its output lines.
-Lines runPython(const std::string& script, const std::string& arguments) {
-  // Tests run in parallel processes: one script file per process.
-  const fs::path path = fs::temp_directory_path() / ("vantor-smf-interop-" + std::to_string(getpid()) + ".py");
-  std::ofstream(path) << script;
-  const std::string command = std::string(kPython) + " " + path.string() + " " + arguments;
-  Lines lines;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return lines;
-  char line[4096];
-  while (std::fgets(line, sizeof line, pipe) != nullptr) {
-    std::string text(line);
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
-    lines.push_back(text);
-  }
-  pclose(pipe);
-  fs::remove(path);
-  return lines;
-}
-
-// Prints every message of every track as "track tick HEX" (its bytes).
-constexpr const char* kDumpScript = R"(import sys, mido
-f = mido.MidiFile(sys.argv[1])
-print('tracks', len(f.tracks), 'division', f.ticks_per_beat)
-for i, track in enumerate(f.tracks):
-    tick = 0
-    for m in track:
-        tick += m.time
-        print(i, tick, ' '.join('%02X' % b for b in m.bytes()))
-)";
+using test::haveMido;
+using test::runPython;
 
 TEST(SmfInterop, MidoReadsWhatWeWrite) {
   if (!haveMido()) GTEST_SKIP() << "python3-mido is not installed";
@@ -86,11 +51,11 @@ TEST(SmfInterop, MidoReadsWhatWeWrite) {
   ASSERT_TRUE(w.endFile());
   ASSERT_TRUE(stream.close());
 
-  const Lines lines = runPython(kDumpScript, path.string());
+  const Lines lines = test::readWithMido(path.string());
   ASSERT_EQ(lines.size(), 1u + 4 + 6 + 100000 + 1) << (lines.empty() ? "" : lines[0]);
   const Lines head(lines.begin(), lines.begin() + 11);
   EXPECT_EQ(head,
-            (Lines{"tracks 2 division 384", "0 0 FF 03 05 54 65 6D 70 6F", "0 0 FF 51 03 07 A1 20",
+            (Lines{"type 1 tracks 2 division 384", "0 0 FF 03 05 54 65 6D 70 6F", "0 0 FF 51 03 07 A1 20",
                    "0 768 FF 58 04 06 03 18 08", "0 768 FF 2F 00", "1 0 FF 03 05 4E 6F 74 65 73",
                    "1 0 F0 7E 7F 09 01 F7", "1 0 90 3C 64", "1 10 FF 06 01 4D", "1 384 90 3C 00", "1 400 C2 09"}));
   EXPECT_EQ(lines[11 + 99999], "1 100399 91 1F 40");  // 99999 % 128 = 31
