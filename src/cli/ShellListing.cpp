@@ -7,6 +7,9 @@
 
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
+#include "midi/events/MMidiEvent.h"
+#include "midi/events/MMidiSysex.h"
+#include "midi/events/MSmfEvent.h"
 #include "model/markers/MMarkerEvent.h"
 #include "model/markers/MMarkerEventController.h"
 #include "model/markers/MTransport.h"
@@ -44,6 +47,23 @@ std::string eventName(const MEvent& event) {
   return event.getNode() != nullptr ? event.getNode()->getName() : "";
 }
 
+// What a MIDI event or a kept file meta event holds: its kind, then the
+// channel (1-16) and data bytes, a sysex's or meta event's byte count.
+std::string midiContent(const MEvent& event) {
+  char text[96];
+  if (const auto* sysex = dynamic_cast<const MMidiSysex*>(&event)) {
+    std::snprintf(text, sizeof text, "  %s, %zu bytes", sysex->getDisplayName(), sysex->getByteCount());
+  } else if (const auto* midi = dynamic_cast<const MMidiEvent*>(&event)) {
+    std::snprintf(text, sizeof text, "  %s, channel %d, data %d %d", midi->getDisplayName(), midi->getChannel() + 1,
+                  midi->getData1(), midi->getData2());
+  } else if (const auto* meta = dynamic_cast<const MSmfEvent*>(&event)) {
+    std::snprintf(text, sizeof text, "  %s, %zu bytes", meta->getDisplayName(), meta->getData().size());
+  } else {
+    return {};
+  }
+  return text;
+}
+
 // Lists the events of node; origin is where their positions count from on
 // the project's time line (a part's content origin for the events inside
 // it), so bars are shown as the user types them.
@@ -53,7 +73,7 @@ void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* no
     const MEvent& e = *events[i];
     s.out() << prefix << (i + 1) << "  " << quotedText(eventName(e)) << "  " << bars(s, origin + e.getStart()) << " - "
             << bars(s, origin + e.getEnd()) << "  (start " << pulsesText(e.getStart()) << ", length "
-            << pulsesText(e.getLength()) << ", offset " << pulsesText(e.getOffset()) << ")";
+            << pulsesText(e.getLength()) << ", offset " << pulsesText(e.getOffset()) << ")" << midiContent(e);
     if (e.getNode() != nullptr && e.getNode()->events() != nullptr)
       s.out() << "  " << e.getNode()->events()->size() << " events";
     if (e.isMuted()) s.out() << "  muted";

@@ -60,9 +60,11 @@ TEST(CliMidiImport, ImportsAtAPositionSavesAndSummarises) {
   EXPECT_NE(info.out.find("2.1.1.0  150.00 BPM"), std::string::npos) << info.out;
   EXPECT_NE(info.out.find("2.1.1.0  3/4"), std::string::npos) << info.out;
   EXPECT_NE(info.out.find("MIDI \"Keys\""), std::string::npos) << info.out;
-  const auto notes = runVantor({"shell", project}, "notes 1:1\n");
+  const auto notes = runVantor({"shell", project}, "notes 1:1\nevents 1:1\n");
   // The note at tick 96 of the file: a quarter after bar 2 (1920 + 480).
   EXPECT_NE(notes.out.find("start 2400  length 480  pitch 60  velocity 100"), std::string::npos) << notes.out;
+  EXPECT_NE(notes.out.find("(start 480, length 480, offset 0)  Note, channel 1, data 60 100"), std::string::npos)
+      << notes.out;
 
   EXPECT_EQ(runVantor({"import-midi", "--help"}).status, 0);
 }
