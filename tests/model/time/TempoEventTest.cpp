@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "foundation/FAttributes.h"
-#include "foundation/FClassRegistry.h"
 #include "model/MModelInit.h"
 #include "model/TempoTestSupport.h"
 
@@ -19,17 +18,6 @@ class TempoEventTest : public ::testing::Test {
  protected:
   void SetUp() override { initializeModel(); }
 };
-
-TEST_F(TempoEventTest, NewEventIsAJumpTo120BpmAtTheStart) {
-  FRef<CmObject> made(FClassRegistry::instance().create("MTempoEvent"));
-  auto* event = dynamic_cast<MTempoEvent*>(made.get());
-  ASSERT_NE(event, nullptr);
-  EXPECT_EQ(event->getStart(), 0.0);
-  EXPECT_EQ(event->getTime(), 0.0);
-  EXPECT_EQ(event->getFunc(), MTempoFunc::kJump);
-  EXPECT_EQ(event->getSPB(), 0.5f);
-  EXPECT_EQ(event->getTempoHundredths(), 12000);
-}
 
 TEST_F(TempoEventTest, HundredthsReadRoundsToNearest) {
   // Exact binary SPB values, worked by hand: 60 / SPB * 100 + 0.5, integer part.
