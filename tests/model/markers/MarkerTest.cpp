@@ -23,7 +23,6 @@
 namespace vantor {
 namespace {
 
-using treetest::loadArchive;
 using treetest::saveArchive;
 
 class Marker : public cmdtest::UndoLimitTest {
@@ -107,11 +106,8 @@ TEST_F(Marker, LocatorMarkerNamesFollowTheIdAfterLoading) {
   auto at = std::search(bytes.begin(), bytes.end(), from.begin(), from.end());
   ASSERT_NE(at, bytes.end());
   std::copy(to.begin(), to.end(), at);
-  bool ok = false;
-  FRef<CmObject> read = loadArchive(bytes, &ok);
-  ASSERT_TRUE(ok);
-  auto* list = dynamic_cast<MListNode*>(read.get());
-  ASSERT_NE(list, nullptr);
+  FRef<MListNode> list = treetest::loadAs<MListNode>(bytes);
+  ASSERT_TRUE(list);
   auto* cycle = dynamic_cast<MCycleEvent*>(list->list().at(0));
   ASSERT_NE(cycle, nullptr);
   EXPECT_EQ(cycle->getName(), "Left Locator");

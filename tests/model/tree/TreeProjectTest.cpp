@@ -21,7 +21,6 @@ namespace vantor {
 namespace {
 
 using treetest::buildSampleProject;
-using treetest::loadArchive;
 using treetest::roundTrip;
 using treetest::saveArchive;
 
@@ -138,10 +137,8 @@ TEST_F(TreeProject, ProjectWrittenAloneReadsWithoutItsRoot) {
   bool ok = false;
   const auto bytes = saveArchive(root->getProject(), &ok);
   ASSERT_TRUE(ok);
-  FRef<CmObject> object = loadArchive(bytes, &ok);
-  ASSERT_TRUE(ok);
-  auto* project = dynamic_cast<MProject*>(object.get());
-  ASSERT_NE(project, nullptr);
+  FRef<MProject> project = treetest::loadAs<MProject>(bytes);
+  ASSERT_TRUE(project);
   // The root record was read and dropped; the project does not point at it.
   EXPECT_EQ(project->getRoot(), nullptr);
   EXPECT_EQ(project->getTrackList()->count(), 7u);
