@@ -108,20 +108,17 @@ TEST_F(CommandSize, WithoutAWriteAccessorNothingChangesAndValidIsCleared) {
   EXPECT_EQ(other->state(), MCommand::kStatePerformed);
 }
 
-TEST_F(CommandSize, AnEventNotInTheNodeIsRefused) {
+// An event not in the node, and a locked one, are refused; values out of
+// range are refused in TimeRangeTest.
+TEST_F(CommandSize, LooseAndLockedEventsAreRefused) {
   FRef<MEvent> loose = cmdtest::makeEvent(0, 10);
   FRef<MSizeCommand> size(new MSizeCommand(loose, node(), 5, 10, 0));
   EXPECT_FALSE(size->perform());
   EXPECT_FALSE(size->isValid());
   EXPECT_EQ(loose->getStart(), 0);
-}
-
-// Values out of range are refused in TimeRangeTest; a lock refuses any edit.
-TEST_F(CommandSize, LockedEventsAreRefused) {
   MEvent* event = add(960, 1920, 0, 1);
   event->setFlag(MEventFlag::kLocked, true);
-  FRef<MSizeEndCommand> end(new MSizeEndCommand(share(event), node(), 4000));
-  EXPECT_FALSE(end->perform());
+  EXPECT_FALSE(FRef<MSizeEndCommand>(new MSizeEndCommand(share(event), node(), 4000))->perform());
   EXPECT_EQ(event->getLength(), 1920);
 }
 

@@ -128,7 +128,6 @@ TEST_F(TreeClass, TrackClassesCreateTracksOfTheirKind) {
   for (size_t i = 0; i < std::size(rows); ++i) {
     EXPECT_EQ(entries[i].key, rows[i].kind);
     EXPECT_EQ(entries[i].displayKey, rows[i].displayKey);
-    EXPECT_EQ(entries[i].priority, 2147483647);
     FRef<CmObject> object = MCategoryRegistry::instance().create(MCategoryRegistry::kTrackClass, rows[i].kind);
     ASSERT_TRUE(object) << rows[i].kind;
     EXPECT_STREQ(object->getClassName(), rows[i].className);
