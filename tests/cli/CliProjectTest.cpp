@@ -137,20 +137,10 @@ TEST(CliProject, EveryClassIsCreatedByNameFromTheShippedBinary) {
   EXPECT_EQ(j["failures"], 0);
   std::set<std::string> names;
   for (const json& c : j["classes"]) names.insert(c["name"].get<std::string>());
-  for (const char* name : {"CmObject",          "FAttributes",
-                           "Attributes",        "MRoot",
-                           "Root of Engine",    "MProject",
-                           "MTempoEvent",       "MTimeSignatureEvent",
-                           "MMarkerEvent",      "MCycleEvent",
-                           "MSizeCommand",      "PArrangement",
-                           "PAppVersion",       "MMidiTrackEvent",
-                           "MTrackList",        "MMidiNote",
-                           "MChordEvent",       "MMidiSysex",
-                           "MMidiPitchBend",    "MMidiPart",
-                           "MMidiPartEvent",    "MSmfEvent",
-                           "MMidiQuantize",     "MGridQuantize",
-                           "MQuantizePattern",  "MNoteQuantizeCommand",
-                           "MNoteFreezeCommand"}) {
+  // One class of each layer's initialiser, aliases among them: a layer
+  // whose registrations were dropped from the binary shows here.
+  for (const char* name : {"Attributes", "Root of Engine", "MSizeCommand", "MCycleEvent", "MMidiSysex",
+                           "MNoteFreezeCommand", "PAppVersion"}) {
     EXPECT_TRUE(names.count(name)) << name;
   }
 }

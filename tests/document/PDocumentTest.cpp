@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include "PDocumentTestSupport.h"
-#include "document/PFileTypes.h"
 #include "foundation/FClassRegistry.h"
 #include "foundation/FFileStream.h"
 #include "foundation/FProjectContainer.h"
@@ -23,6 +22,17 @@ uint32_t bigEndianAt(const Bytes& bytes, size_t at) {
          uint32_t{bytes[at + 3]};
 }
 
+// Writes a project container holding roots, in order.
+void writeRoots(const std::string& path, std::initializer_list<std::pair<const char*, const CmObject*>> roots) {
+  FFileStream file;
+  ASSERT_TRUE(file.open(path, FFileStream::Mode::kWrite));
+  FContainerWriter writer(file);
+  ASSERT_TRUE(writer.begin(fourCC("KEMB")));
+  for (const auto& [name, object] : roots) ASSERT_TRUE(writer.addRoot(name, *object));
+  ASSERT_TRUE(writer.finish());
+  ASSERT_TRUE(file.close());
+}
+
 TEST(PDocumentInit, RegistersTheDocumentClassesByName) {
   initializeDocument();
   initializeDocument();  // idempotent
@@ -31,29 +41,7 @@ TEST(PDocumentInit, RegistersTheDocumentClassesByName) {
     ASSERT_TRUE(object) << name;
     EXPECT_STREQ(object->getClassName(), name);
   }
-  EXPECT_EQ(PArrangement::classDescriptor().getClassVersion(), 3);
-  EXPECT_EQ(PAppVersion::classDescriptor().getBaseClass(), &CmObject::classDescriptor());
   EXPECT_TRUE(FRef<CmObject>(FClassRegistry::instance().create("MRoot")));  // the model came first
-}
-
-TEST(PFileTypes, TheTableOfDocumentFileTypes) {
-  ASSERT_EQ(kDocumentFileTypes.size(), 4u);
-  const struct {
-    const char* code;
-    const char* name;
-    const char* mime;
-  } expected[] = {
-      {"QVPR", "Vantor Project File", "audio/x-vnd.Brenvalde-Vantor-Project"},
-      {"QVPR", "Sorvel Project File", "audio/x-vnd.Brenvalde-Vantor-Project"},
-      {"QVCH", "Cache File", "application/x-vnd.Brenvalde-Vantor-Cachefile"},
-      {"BAK ", "Vantor Project Backup File", ""},
-  };
-  for (size_t i = 0; i < 4; ++i) {
-    EXPECT_EQ(fourCCText(kDocumentFileTypes[i].typeCode), expected[i].code);
-    EXPECT_EQ(kDocumentFileTypes[i].displayName, expected[i].name);
-    EXPECT_EQ(kDocumentFileTypes[i].mimeType, expected[i].mime);
-  }
-  EXPECT_EQ(kSaveBackupLabel, "Save Backup...");
 }
 
 TEST(PDocumentNames, FilesBesideTheProject) {
@@ -123,14 +111,9 @@ TEST_F(PDocumentFile, SaveOpenSaveGivesTheSameBytesAndTheSameContent) {
   ASSERT_TRUE(doc.open(first));
   EXPECT_FALSE(doc.isModified());
   EXPECT_EQ(doc.path(), first);
+  // Every root read back: saved again below, the bytes are those read.
   ASSERT_EQ(doc.project()->getTrackList()->count(), 1u);
-  EXPECT_EQ(doc.project()->getTrackList()->at(0)->getName(), "Bass");
-  EXPECT_EQ(doc.devices()->sampleRate(), 44100);
-  EXPECT_EQ(doc.devices()->blockSize(), 128);
-  EXPECT_EQ(doc.devices()->ports(PPortKind::kAudioOutput), (std::vector<std::string>{"Main L", "Main R"}));
   EXPECT_EQ(doc.windowLayouts()->activeLayout(), "Mixing");
-  EXPECT_EQ(doc.windowLayouts()->layouts().size(), 2u);
-  EXPECT_EQ(doc.fileVersion().applicationName(), "Vantor Studio");
   EXPECT_EQ(doc.workingDirectory(), real(dir.path()));
 
   const std::string second = dir.file("second.vpr");
@@ -276,15 +259,7 @@ TEST_F(PDocumentFile, MissingOptionalRootsTakeDefaults) {
   PDocument source(messages, prefs);
   fill(source);
   const std::string path = dir.file("arrangement-only.vpr");
-  {
-    FFileStream file;
-    ASSERT_TRUE(file.open(path, FFileStream::Mode::kWrite));
-    FContainerWriter writer(file);
-    ASSERT_TRUE(writer.begin(fourCC("KEMB")));
-    ASSERT_TRUE(writer.addRoot("Arrangement1", *source.arrangement()));
-    ASSERT_TRUE(writer.finish());
-    ASSERT_TRUE(file.close());
-  }
+  writeRoots(path, {{"Arrangement1", source.arrangement()}});
   PDocument doc(messages, prefs);
   ASSERT_TRUE(doc.open(path));
   EXPECT_EQ(doc.project()->getTrackList()->count(), 1u);
@@ -297,16 +272,10 @@ TEST_F(PDocumentFile, AFileOfANewerRevisionOpensWithAWarning) {
   PDocument source(messages, prefs);
   fill(source);
   const auto writeWithVersion = [&](const std::string& path, const PAppVersion& version) {
-    FFileStream file;
-    ASSERT_TRUE(file.open(path, FFileStream::Mode::kWrite));
-    FContainerWriter writer(file);
-    ASSERT_TRUE(writer.begin(fourCC("KEMB")));
-    ASSERT_TRUE(writer.addRoot("Arrangement1", *source.arrangement()));
-    ASSERT_TRUE(writer.addRoot("Devices", *source.devices()));
-    ASSERT_TRUE(writer.addRoot("WindowLayouts", *source.windowLayouts()));
-    ASSERT_TRUE(writer.addRoot("Version", version));
-    ASSERT_TRUE(writer.finish());
-    ASSERT_TRUE(file.close());
+    writeRoots(path, {{"Arrangement1", source.arrangement()},
+                      {"Devices", source.devices()},
+                      {"WindowLayouts", source.windowLayouts()},
+                      {"Version", &version}});
   };
   const std::string newer = dir.file("newer.vpr");
   writeWithVersion(newer, PAppVersion("Vantor Studio", "Version 2.0.0", "Mar 3 2030", 2));

@@ -34,21 +34,6 @@ TEST(PWindowLayouts, StoreReplaceRemoveAndActivate) {
   EXPECT_EQ(layouts.layouts().size(), 1u);
 }
 
-TEST(PWindowLayouts, ArchiveRoundTripKeepsLayoutsInOrderAndTheActiveOne) {
-  initializeDocument();
-  PWindowLayouts layouts;
-  ASSERT_TRUE(layouts.store({"Editing", {{"Key Editor", -100, 40, 900, 500}, {"Project", 0, 0, 0, 0}}}));
-  ASSERT_TRUE(layouts.store({"Empty", {}}));
-  ASSERT_TRUE(layouts.setActiveLayout("Editing"));
-  bool ok = false;
-  FRef<PWindowLayouts> back = test::readArchiveAs<PWindowLayouts>(test::archiveOf(layouts), &ok);
-  ASSERT_TRUE(ok);
-  ASSERT_TRUE(back);
-  EXPECT_TRUE(back->sameAs(layouts));
-  EXPECT_EQ(back->layouts()[1].name, "Editing");
-  EXPECT_EQ(back->layouts()[1].windows[0].x, -100);
-}
-
 // Active "A" (length 2), one layout: "A", one window: "W", 1, 2, 3, 4.
 const Bytes kOneLayout = {0, 0, 0, 2,   'A', 0, 0, 0, 0, 1, 0, 0, 0, 2, 'A', 0, 0, 0, 0, 1, 0,
                           0, 0, 2, 'W', 0,   0, 0, 0, 1, 0, 0, 0, 2, 0, 0,   0, 3, 0, 0, 0, 4};

@@ -34,6 +34,31 @@ void appendLE32(Bytes& b, uint32_t v) {
   for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
 }
 
+// The attribute set at the root of an archive; null when the read failed or
+// gave something else.
+FRef<FAttributes> readSet(const Bytes& bytes, int16_t swap = 0) {
+  bool ok = false;
+  FRef<FAttributes> set = test::readArchiveBytesAs<FAttributes>(bytes, &ok, swap);
+  EXPECT_TRUE(ok);
+  return set;
+}
+
+// An archive header (total length 0, to be patched) whose class table holds
+// "TNode" with the given first size and version 3 or 0.
+Bytes tnodeHeader(uint32_t firstSize, uint8_t version) {
+  Bytes bytes;
+  appendLE32(bytes, 0x61526348);
+  appendLE32(bytes, 0);
+  appendLE32(bytes, 1);
+  appendLE32(bytes, 6);
+  for (char c : std::string("TNode")) bytes.push_back(static_cast<uint8_t>(c));
+  bytes.push_back(0);
+  appendLE32(bytes, firstSize);
+  bytes.push_back(version);
+  bytes.push_back(0);
+  return bytes;
+}
+
 TEST_F(Archive, SmallArchiveHasTheExactBytes) {
   // root(1, "ab") with children [child(2, ""), null, child again].
   FRef<TNode> root = node(1, "ab");
@@ -107,11 +132,8 @@ TEST_F(Archive, ObjectThatFailsToWriteIsLeftOutAndTheRestIsWritten) {
   ASSERT_TRUE(writer.writeArchive(holder.get()));
   EXPECT_EQ(writer.lostObjects(), (std::vector<std::string>{"TUnwritable"}));
   const Bytes bytes = stream.takeData();
-  bool ok = false;
-  FRef<CmObject> read = readArchiveBytes(bytes, &ok);
-  ASSERT_TRUE(ok);
-  auto* set = dynamic_cast<FAttributes*>(read.get());
-  ASSERT_NE(set, nullptr);
+  FRef<FAttributes> set = readSet(bytes);
+  ASSERT_TRUE(set);
   EXPECT_EQ(set->getObject("lost"), nullptr);
   TNode* r = dynamic_cast<TNode*>(set->getObject("root"));
   ASSERT_NE(r, nullptr);
@@ -140,17 +162,13 @@ TEST_F(Archive, BackReferenceToAPlainObjectReadsAsNoObject) {
 }
 
 TEST_F(Archive, ClassThatReadsLessLeavesTheStreamAfterItsRecord) {
-  FRef<TNode> root = node(1);
   FRef<test::TTrailing> trailing = makeRef<test::TTrailing>();
   trailing->value = 77;
   FRef<FAttributes> holder = makeRef<FAttributes>("Holder");
   holder->setObject("t", trailing);
   holder->setInt("after", 123456789);
-  bool ok = false;
-  FRef<CmObject> read = readArchiveBytes(archiveBytes(holder.get()), &ok);
-  ASSERT_TRUE(ok);
-  auto* set = dynamic_cast<FAttributes*>(read.get());
-  ASSERT_NE(set, nullptr);
+  FRef<FAttributes> set = readSet(archiveBytes(holder.get()));
+  ASSERT_TRUE(set);
   auto* t = dynamic_cast<test::TTrailing*>(set->getObject("t"));
   ASSERT_NE(t, nullptr);
   EXPECT_EQ(t->value, 77);
@@ -180,11 +198,8 @@ TEST_F(Archive, UnknownClassesAreSkippedAndReadingGoesOn) {
   holder->setObject("again", after);
   // Same length, so every record length still fits.
   Bytes bytes = renameClass(archiveBytes(holder.get()), "TTrailing", "TXailing!");
-  bool ok = false;
-  FRef<CmObject> read = readArchiveBytes(bytes, &ok);
-  ASSERT_TRUE(ok);
-  auto* set = dynamic_cast<FAttributes*>(read.get());
-  ASSERT_NE(set, nullptr);
+  FRef<FAttributes> set = readSet(bytes);
+  ASSERT_TRUE(set);
   EXPECT_EQ(set->getObject("unknown"), nullptr);
   auto* known = dynamic_cast<TNode*>(set->getObject("known"));
   ASSERT_NE(known, nullptr);
@@ -197,11 +212,8 @@ TEST_F(Archive, FailedReadOfOneObjectDropsItOnly) {
   FRef<FAttributes> holder = makeRef<FAttributes>("Holder");
   holder->setObject("broken", makeRef<test::TBroken>());
   holder->setString("text", "kept");
-  bool ok = false;
-  FRef<CmObject> read = readArchiveBytes(archiveBytes(holder.get()), &ok);
-  ASSERT_TRUE(ok);
-  auto* set = dynamic_cast<FAttributes*>(read.get());
-  ASSERT_NE(set, nullptr);
+  FRef<FAttributes> set = readSet(archiveBytes(holder.get()));
+  ASSERT_TRUE(set);
   EXPECT_EQ(set->getObject("broken"), nullptr);
   std::string text;
   EXPECT_TRUE(set->getString("text", &text));
@@ -304,18 +316,8 @@ TEST_F(Archive, BackReferencesOutsideTheTableFail) {
   // Root holds one child written as a back reference to record 0, 1 (itself:
   // valid), or 7 (none).
   for (uint32_t number : {0u, 7u, 1u}) {
-    Bytes bytes;
-    appendLE32(bytes, 0x61526348);
-    appendLE32(bytes, 0);  // patched below
-    appendLE32(bytes, 1);
-    appendLE32(bytes, 6);
-    for (char c : std::string("TNode")) bytes.push_back(static_cast<uint8_t>(c));
-    bytes.push_back(0);
-    appendLE32(bytes, 19);
-    bytes.push_back(3);
-    bytes.push_back(0);
-    bytes.push_back(0);
-    bytes.push_back(0);
+    Bytes bytes = tnodeHeader(19, 3);   // total length patched below
+    bytes.insert(bytes.end(), {0, 0});  // the root record: class 0
     appendLE32(bytes, 19);
     Bytes members = {1, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0xFF, 0xFF};
     bytes.insert(bytes.end(), members.begin(), members.end());
@@ -346,16 +348,7 @@ TEST_F(Archive, DeepNestingFailsCleanly) {
   FObjectArchive writer(sink);
   EXPECT_FALSE(writer.writeArchive(head.get()));
   // ...and a forged one cannot be read: records that each open another.
-  Bytes bytes;
-  appendLE32(bytes, 0x61526348);
-  appendLE32(bytes, 0);
-  appendLE32(bytes, 1);
-  appendLE32(bytes, 6);
-  for (char c : std::string("TNode")) bytes.push_back(static_cast<uint8_t>(c));
-  bytes.push_back(0);
-  appendLE32(bytes, 0);
-  bytes.push_back(0);
-  bytes.push_back(0);
+  Bytes bytes = tnodeHeader(0, 0);
   const int depth = 5000;
   const size_t perLevel = 2 + 4 + 13;
   for (int i = 0; i < depth; ++i) {
@@ -431,11 +424,8 @@ TEST_F(Archive, NestedAttributeSetsRoundTrip) {
   outer->setAttributes("inner", inner);
   outer->setInt("i", -(int64_t{1} << 40));
   outer->setObject("none", nullptr);
-  bool ok = false;
-  FRef<CmObject> read = readArchiveBytes(archiveBytes(outer.get(), 1), &ok, 1);
-  ASSERT_TRUE(ok);
-  auto* set = dynamic_cast<FAttributes*>(read.get());
-  ASSERT_NE(set, nullptr);
+  FRef<FAttributes> set = readSet(archiveBytes(outer.get(), 1), 1);
+  ASSERT_TRUE(set);
   EXPECT_EQ(set->className(), "Outer");
   int64_t i = 0;
   EXPECT_TRUE(set->getInt("i", &i));

@@ -14,15 +14,10 @@ namespace vantor::testing_tempo {
 // The archive bytes of the graph reached from root.
 inline std::vector<uint8_t> archiveBytes(const CmObject* root) { return test::archiveBytes(root, 1); }
 
-// The root read back from archive bytes (nullptr when the read failed).
-inline FRef<CmObject> readArchiveBytes(const std::vector<uint8_t>& bytes) {
-  return test::readArchiveBytes(bytes, nullptr, 1);
-}
-
+// The root read back as a T (nullptr when the read failed or gave another class).
 template <class T>
 FRef<T> readBackAs(const std::vector<uint8_t>& bytes) {
-  FRef<CmObject> root = readArchiveBytes(bytes);
-  return FRef<T>::share(dynamic_cast<T*>(root.get()));
+  return test::readArchiveBytesAs<T>(bytes, nullptr, 1);
 }
 
 // Big-endian values at an offset of archive bytes.

@@ -40,6 +40,16 @@ std::vector<uint8_t> saveArchive(const CmObject* root, bool* ok = nullptr);
 // Reads an archive from bytes; ok reports whether it was valid.
 FRef<CmObject> loadArchive(const std::vector<uint8_t>& bytes, bool* ok = nullptr);
 
+// Archive bytes read back as a T; null when it is no T, and null with a
+// failed expectation when the read fails.
+template <class T>
+FRef<T> loadAs(const std::vector<uint8_t>& bytes) {
+  bool ok = false;
+  FRef<CmObject> loaded = loadArchive(bytes, &ok);
+  EXPECT_TRUE(ok);
+  return refCast<T>(std::move(loaded));
+}
+
 // The fixture of the tree tests.
 class TreeTest : public ::testing::Test {
  protected:

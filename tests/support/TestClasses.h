@@ -20,7 +20,6 @@ class TNode : public FShared {
   int32_t value = 0;
   std::string text;
   std::vector<FRef<TNode>> children;  // may hold nulls
-  TNode* weakParent = nullptr;        // written when set; not owned
 
   [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override {
     FStream& s = archive.stream();

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "foundation/FAttributes.h"
-#include "foundation/FClassRegistry.h"
 #include "midi/MMidiInit.h"
 #include "midi/quantize/MBarSource.h"
 #include "midi/quantize/MGridQuantize.h"
@@ -193,7 +192,6 @@ TEST_F(GridQuantize, SettingsRoundTripThroughArchiveAndAttributes) {
   ASSERT_TRUE(back);
   EXPECT_TRUE(*back == grid);
   EXPECT_FALSE(*back == MGridQuantize());
-  EXPECT_EQ(back->getClass().getClassVersion(), 0);
 
   FAttributes attributes;
   ASSERT_TRUE(grid.storeAttributes(attributes));
@@ -218,11 +216,6 @@ TEST_F(GridQuantize, SettingsRoundTripThroughArchiveAndAttributes) {
   groove_attributes.setString("Positions", "0 x");
   EXPECT_FALSE(fromText.restoreAttributes(groove_attributes));
   EXPECT_TRUE(fromText == groove);
-
-  // Both concrete settings are made by name.
-  for (const char* name : {"MGridQuantize", "MQuantizePattern", "MNoteQuantizeCommand", "MNoteFreezeCommand"}) {
-    EXPECT_TRUE(FClassRegistry::instance().create(name)) << name;
-  }
 }
 
 TEST_F(GridQuantize, PresetsAreNamedInTheListForms) {

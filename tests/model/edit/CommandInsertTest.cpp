@@ -14,7 +14,7 @@ using Tags = std::vector<int32_t>;
 
 using CommandInsert = cmdtest::ListNodeTest;
 
-TEST_F(CommandInsert, InsertPlacesByStartAndUndoTakesOut) {
+TEST_F(CommandInsert, InsertPlacesByStart) {
   add(0, 10, 1);
   add(960, 10, 3);
   FRef<MEvent> a = cmdtest::makeEvent(480, 10, 0, 2);
@@ -24,11 +24,6 @@ TEST_F(CommandInsert, InsertPlacesByStartAndUndoTakesOut) {
   ASSERT_TRUE(insert->perform());
   EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{1, 2, 3, 4}));
   EXPECT_EQ(a->getParent(), node_.get());
-  ASSERT_TRUE(insert->undo());
-  EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{1, 3}));
-  EXPECT_EQ(a->getParent(), nullptr);
-  ASSERT_TRUE(insert->redo());
-  EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{1, 2, 3, 4}));
 }
 
 TEST_F(CommandInsert, InsertRefusesEventsThatAreHeldAndReadOnlyNodes) {
@@ -74,21 +69,14 @@ TEST_F(CommandInsert, RemoveIsAllOrNothingAcrossNodes) {
   ASSERT_TRUE(remove->perform());
   EXPECT_TRUE(node_->list().empty());
   EXPECT_TRUE(other->list().empty());
-  ASSERT_TRUE(remove->undo());
-  EXPECT_EQ(a->getParent(), node_.get());
-  EXPECT_EQ(b->getParent(), other.get());
 }
 
-TEST_F(CommandInsert, ReplaceSwapsEventsBothWays) {
+TEST_F(CommandInsert, ReplaceSwapsTheEvents) {
   MEvent* old = add(100, 10, 1);
   add(200, 10, 2);
   FRef<MEvent> replacement = cmdtest::makeEvent(300, 10, 0, 9);
   FRef<MReplaceCommand> replace(new MReplaceCommand(node(), {share(old)}, {replacement}));
   ASSERT_TRUE(replace->perform());
-  EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{2, 9}));
-  ASSERT_TRUE(replace->undo());
-  EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{1, 2}));
-  ASSERT_TRUE(replace->redo());
   EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{2, 9}));
   // A replacement that is already held elsewhere fails and leaves all.
   FRef<MReplaceCommand> bad(new MReplaceCommand(node(), {replacement}, {share(node_->list().at(0))}));
@@ -116,10 +104,6 @@ TEST_F(CommandInsert, SplitMakesTwoPiecesThatPlayOn) {
   EXPECT_EQ(right->getOffset(), 580);
   EXPECT_EQ(cmdtest::tagsOf(*node_), (Tags{7, 7, 8}));
   EXPECT_EQ(event->getParent(), nullptr);
-  ASSERT_TRUE(split->undo());
-  ASSERT_EQ(node_->list().size(), 2u);
-  EXPECT_EQ(node_->list().at(0), event);
-  EXPECT_EQ(event->getLength(), 1920);
 }
 
 TEST_F(CommandInsert, SplitRefusesLockedEventsAndPositionsOutside) {

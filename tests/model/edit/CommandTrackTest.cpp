@@ -39,24 +39,17 @@ class CommandTrack : public ::testing::Test {
   MProject* project_ = nullptr;
 };
 
-TEST_F(CommandTrack, InsertTrackAtAnIndexAndUndo) {
+TEST_F(CommandTrack, InsertTrackAtAnIndex) {
   FRef<MTrackEvent> extra = MProject::createTrack("Audio", "X");
   FRef<MInsertTrackCommand> insert(new MInsertTrackCommand(listRef(), extra, 1));
   EXPECT_EQ(insert->description(), "Add Track");
   ASSERT_TRUE(insert->perform());
   EXPECT_EQ(names(), "AXBCD");
-  ASSERT_TRUE(insert->undo());
-  EXPECT_EQ(names(), "ABCD");
-  EXPECT_EQ(extra->getParent(), nullptr);
-  ASSERT_TRUE(insert->redo());
-  EXPECT_EQ(names(), "AXBCD");
   // A track already in a list, or a read-only list, is refused.
   EXPECT_FALSE(MInsertTrackCommand(listRef(), extra, 0).perform());
-  // Appended, and back at the end after undo and redo.
+  // Without an index: appended.
   FRef<MInsertTrackCommand> append(new MInsertTrackCommand(listRef(), MProject::createTrack("MIDI", "E")));
   ASSERT_TRUE(append->perform());
-  ASSERT_TRUE(append->undo());
-  ASSERT_TRUE(append->redo());
   EXPECT_EQ(names(), "AXBCDE");
   list().setReadOnly(true);
   EXPECT_FALSE(MInsertTrackCommand(listRef(), MProject::createTrack("MIDI", "Y"), 0).perform());
@@ -98,8 +91,6 @@ TEST_F(CommandTrack, SizingATrackEventKeepsItsPlaceInTheList) {
   ASSERT_TRUE(size->perform());
   EXPECT_EQ(names(), "ABCD");
   EXPECT_EQ(b->getStart(), 5000);
-  ASSERT_TRUE(size->undo());
-  EXPECT_EQ(names(), "ABCD");
 }
 
 TEST_F(CommandTrack, VirtualGroupsAreCreatedAndDissolved) {

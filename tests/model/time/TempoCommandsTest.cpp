@@ -21,6 +21,8 @@ using namespace testing_tempo;
 // The BPM a tempo event holds after being set to bpm: SPB is a float.
 double storedBpmOf(double bpm) { return 60.0 / static_cast<double>(static_cast<float>(60.0 / bpm)); }
 
+// Plain undo and redo of these commands are checked byte for byte by the undo
+// property; the tests here undo only where the undo has a rule of its own.
 class TempoCommandsTest : public cmdtest::UndoLimitTest {
  protected:
   void SetUp() override {
@@ -56,33 +58,14 @@ class TempoCommandsTest : public cmdtest::UndoLimitTest {
     return FRef<MTimeSignatureEvent>::share(signatures_->signature(index));
   }
 
-  // Performs, undoes and redoes command, checking that undo restores the
-  // archive bytes of both tracks exactly and redo gives the performed ones.
-  void checkUndoRedo(MCommand& command) {
-    const std::vector<uint8_t> tempoBefore = tempoBytes();
-    const std::vector<uint8_t> sigsBefore = signatureBytes();
-    ASSERT_TRUE(command.perform());
-    const std::vector<uint8_t> tempoAfter = tempoBytes();
-    const std::vector<uint8_t> sigsAfter = signatureBytes();
-    EXPECT_TRUE(tempoAfter != tempoBefore || sigsAfter != sigsBefore) << "the command changed nothing";
-    for (int round = 0; round < 2; ++round) {
-      ASSERT_TRUE(command.undo());
-      EXPECT_EQ(tempoBytes(), tempoBefore);
-      EXPECT_EQ(signatureBytes(), sigsBefore);
-      ASSERT_TRUE(command.redo());
-      EXPECT_EQ(tempoBytes(), tempoAfter);
-      EXPECT_EQ(signatureBytes(), sigsAfter);
-    }
-  }
-
   FRef<MTempoTrackNode> tempo_;
   FRef<MSignatureTrackNode> signatures_;
 };
 
-TEST_F(TempoCommandsTest, SetTempoOfAnEventMovesLaterTimesAndUndoesExactly) {
+TEST_F(TempoCommandsTest, SetTempoOfAnEventMovesLaterTimes) {
   auto command = makeRef<MSetTempoCommand>(tempoEvent(1), 30.0);
   EXPECT_EQ(command->description(), "Set Tempo");
-  checkUndoRedo(*command);
+  ASSERT_TRUE(command->perform());
   EXPECT_FALSE(command->inserted());
   // 2 s to 1920, then 4 beats at 30 BPM (2 s each): 10 s.
   EXPECT_EQ(tempo_->tempoEvent(2)->getTime(), 10.0);
@@ -91,7 +74,7 @@ TEST_F(TempoCommandsTest, SetTempoOfAnEventMovesLaterTimesAndUndoesExactly) {
 
 TEST_F(TempoCommandsTest, SetTempoAtANewPositionInsertsAnEvent) {
   auto command = makeRef<MSetTempoCommand>(tempo_, 960.0, 240.0, MTempoFunc::kRamp);
-  checkUndoRedo(*command);
+  ASSERT_TRUE(command->perform());
   EXPECT_TRUE(command->inserted());
   ASSERT_EQ(tempo_->tempoCount(), 4u);
   EXPECT_EQ(tempo_->tempoEvent(1), command->event());
@@ -106,7 +89,7 @@ TEST_F(TempoCommandsTest, SetTempoAtANewPositionInsertsAnEvent) {
 
 TEST_F(TempoCommandsTest, SetTempoAtAnEventsPositionChangesThatEvent) {
   auto command = makeRef<MSetTempoCommand>(tempo_, 1920.0, 120.0);
-  checkUndoRedo(*command);
+  ASSERT_TRUE(command->perform());
   EXPECT_FALSE(command->inserted());
   EXPECT_EQ(tempo_->tempoCount(), 3u);
   EXPECT_EQ(command->event(), tempo_->tempoEvent(1));
@@ -199,7 +182,7 @@ TEST_F(TempoCommandsTest, AnInsertedTempoUnitesWithItsFollowingChanges) {
 TEST_F(TempoCommandsTest, TempoTypeTurnsAJumpIntoARamp) {
   auto command = makeRef<MTempoTypeCommand>(tempoEvent(1), MTempoFunc::kRamp);
   EXPECT_EQ(command->description(), "Set Tempo Type");
-  checkUndoRedo(*command);
+  ASSERT_TRUE(command->perform());
   EXPECT_TRUE(tempo_->tempoEvent(1)->isRamp());
   // 120 ramps down to 60 over 4 beats: (60 / -15) * ln(60 / 120) = 4 ln 2 s.
   EXPECT_NEAR(tempo_->tempoEvent(1)->getTime(), 4.0 * std::log(2.0), 1e-12);
@@ -245,7 +228,7 @@ TEST_F(TempoCommandsTest, SignatureEditsMoveTheLaterSignaturesByHand) {
     auto command = row.modified < 0 ? makeRef<MTimeSignatureCommand>(signatures_, row.position, row.values)
                                     : makeRef<MTimeSignatureCommand>(signature(row.modified), row.values);
     EXPECT_EQ(command->description(), row.description) << row.name;
-    checkUndoRedo(*command);
+    ASSERT_TRUE(command->perform());
     EXPECT_EQ(command->shift(), row.shift) << row.name;
     EXPECT_EQ(signaturePositions(), row.positions) << row.name;
     EXPECT_EQ(signatures_->barNumberAt(row.positions.back()), row.lastBar) << row.name;

@@ -50,11 +50,8 @@ TEST_F(ArchiveCycle, DeeperOwnershipCycleIsRefused) {
   nb->events()->insert(c);
   FRef<MListNode> outer = makeRef<MListNode>();
   outer->list().insert(a);
-  bool ok = false;
-  FRef<CmObject> read = loadArchive(saveArchive(outer.get()), &ok);
-  ASSERT_TRUE(ok);
-  auto* list = dynamic_cast<MListNode*>(read.get());
-  ASSERT_NE(list, nullptr);
+  FRef<MListNode> list = treetest::loadAs<MListNode>(saveArchive(outer.get()));
+  ASSERT_TRUE(list);
   MEvent* readA = list->list().at(0);
   MEvent* readB = readA->getNode()->events()->at(0);
   EXPECT_EQ(readB->getNode(), nullptr);  // NB, which held C, was dropped
@@ -75,11 +72,8 @@ TEST_F(ArchiveCycle, EventInTwoNodesIsRefused) {
   t2->setNode(second);
   ASSERT_TRUE(tracks->insert(t1));
   ASSERT_TRUE(tracks->insert(t2));
-  bool ok = false;
-  FRef<CmObject> read = loadArchive(saveArchive(tracks.get()), &ok);
-  ASSERT_TRUE(ok);
-  auto* list = dynamic_cast<MTrackList*>(read.get());
-  ASSERT_NE(list, nullptr);
+  FRef<MTrackList> list = treetest::loadAs<MTrackList>(saveArchive(tracks.get()));
+  ASSERT_TRUE(list);
   EXPECT_EQ(list->at(0)->getNode()->events()->size(), 1u);
   EXPECT_EQ(list->at(1)->getNode(), nullptr);  // the second holder was dropped
 }
@@ -95,10 +89,8 @@ TEST_F(ArchiveCycle, AliasedPartsAreNoCycle) {
   FRef<MListNode> track = makeRef<MListNode>();
   track->list().insert(a);
   track->list().insert(b);
-  bool ok = false;
-  FRef<CmObject> read = loadArchive(saveArchive(track.get()), &ok);
-  ASSERT_TRUE(ok);
-  auto* list = dynamic_cast<MListNode*>(read.get());
+  FRef<MListNode> list = treetest::loadAs<MListNode>(saveArchive(track.get()));
+  ASSERT_TRUE(list);
   EXPECT_EQ(list->list().at(0)->getNode(), list->list().at(1)->getNode());
 }
 

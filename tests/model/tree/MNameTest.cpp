@@ -51,8 +51,6 @@ TEST(MName, CommandsThatNameThingsApplyTheRule) {
   auto good = makeRef<MRenameCommand>(FRef<MEvent>(track), "Lead");
   ASSERT_TRUE(good->perform());
   EXPECT_EQ(track->getName(), "Lead");
-  ASSERT_TRUE(good->undo());
-  EXPECT_EQ(track->getName(), "Bass");
 }
 
 }  // namespace

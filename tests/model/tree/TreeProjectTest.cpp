@@ -21,7 +21,6 @@ namespace vantor {
 namespace {
 
 using treetest::buildSampleProject;
-using treetest::loadArchive;
 using treetest::roundTrip;
 using treetest::saveArchive;
 
@@ -72,29 +71,16 @@ TEST_F(TreeProject, RoundTripKeepsTheContentAliasesAndGroups) {
   FRef<MRoot> root = roundTrip(*original);
   MProject* project = root->getProject();
   ASSERT_NE(project, nullptr);
-  EXPECT_EQ(project->getWorkingDirectory(), "/tmp/songs");
-  EXPECT_TRUE(project->getAutoFadeSetting()->isFadeInOn());
-  EXPECT_EQ(project->getAutoFadeSetting()->getFadeInLength(), 12.5);
-
+  // roundTrip saved the copy to the same bytes; the fields of tracks and
+  // settings are pinned in TreeTrackTest. What follows is the structure the
+  // bytes cannot show: order, parents, shared nodes, IDs found again.
   MTrackList& tracks = *project->getTrackList();
   const std::vector<std::string> names = {"Drums", "Voice", "Group", "Bus", "Clip", "Data", "Sets"};
   ASSERT_EQ(tracks.count(), names.size());
   for (size_t i = 0; i < names.size(); ++i) EXPECT_EQ(tracks.at(i)->getName(), names[i]);
 
-  MTrackEvent* voice = tracks.at(1);
-  EXPECT_TRUE(voice->isSolo());
-  EXPECT_EQ(voice->getAttribute(MTrackAttribute::kColor), 5);
-  EXPECT_FALSE(voice->isExpanded());
-  auto* bus = dynamic_cast<MDeviceTrackEvent*>(tracks.at(3));
-  ASSERT_NE(bus, nullptr);
-  EXPECT_EQ(bus->getDeviceKind(), MDeviceKind::kGroupChannel);
-  EXPECT_EQ(bus->getTrack()->getDevice(), (MTrackDevice{"Output 1", 2}));
-  EXPECT_EQ(bus->getTrack()->getHeight(), 80);
-  EXPECT_EQ(bus->getTrack()->getDelay(), -3.5);
-
   auto* group = dynamic_cast<MFolderTrack*>(tracks.at(2));
   ASSERT_NE(group, nullptr);
-  EXPECT_TRUE(group->isExpanded());
   ASSERT_EQ(group->getTrackList()->count(), 1u);
   MTrackEvent* inner = group->getTrackList()->at(0);
   EXPECT_EQ(inner->getName(), "Inner");
@@ -151,10 +137,8 @@ TEST_F(TreeProject, ProjectWrittenAloneReadsWithoutItsRoot) {
   bool ok = false;
   const auto bytes = saveArchive(root->getProject(), &ok);
   ASSERT_TRUE(ok);
-  FRef<CmObject> object = loadArchive(bytes, &ok);
-  ASSERT_TRUE(ok);
-  auto* project = dynamic_cast<MProject*>(object.get());
-  ASSERT_NE(project, nullptr);
+  FRef<MProject> project = treetest::loadAs<MProject>(bytes);
+  ASSERT_TRUE(project);
   // The root record was read and dropped; the project does not point at it.
   EXPECT_EQ(project->getRoot(), nullptr);
   EXPECT_EQ(project->getTrackList()->count(), 7u);

@@ -41,8 +41,6 @@ TEST(CommandClasses, EveryRegisteredCommandIsCreatedByNameAndRefusesToPerformWit
       EXPECT_FALSE(command->perform()) << name;
     }
   }
-  ASSERT_NE(FClassRegistry::instance().find("MCommand"), nullptr);
-  EXPECT_TRUE(FClassRegistry::instance().find("MCommand")->isAbstract());
 }
 
 }  // namespace

@@ -115,23 +115,6 @@ TEST_F(UndoManagerFixture, ALowerLimitTrimsAtTheNextRecording) {
   EXPECT_EQ(descriptions(manager.undoStack()), (std::vector<std::string>{"f", "e"}));
 }
 
-TEST_F(UndoManagerFixture, UndoingTwoThenPerformingEmptiesTheRedoList) {
-  GUndoManager manager(clock_);
-  for (const char* name : {"a", "b", "c"}) {
-    ASSERT_TRUE(manager.perform(log(name)));
-    clock_.advance(1000);
-  }
-  ASSERT_TRUE(manager.undo());
-  ASSERT_TRUE(manager.undo());
-  EXPECT_EQ(descriptions(manager.redoStack()), (std::vector<std::string>{"b", "c"}));
-  EXPECT_EQ(manager.redoText(), "Redo b");
-  ASSERT_TRUE(manager.perform(log("d")));
-  EXPECT_EQ(manager.redoCount(), 0u);
-  EXPECT_FALSE(manager.redo());
-  EXPECT_EQ(descriptions(manager.undoStack()), (std::vector<std::string>{"d", "a"}));
-  EXPECT_EQ(log_, (std::vector<std::string>{"perform a", "perform b", "perform c", "undo c", "undo b", "perform d"}));
-}
-
 TEST_F(UndoManagerFixture, AMergedActionLeavesTheRedoList) {
   FRef<MListNode> node = makeRef<MListNode>();
   MEvent* event = cmdtest::put(*node, cmdtest::makeEvent(0, 480));
