@@ -209,7 +209,8 @@ bool AIFFFileHandler::readHeader(FStream& stream, AudioFile* file) const {
   const int64_t fileSize = stream.seek(0) ? stream.remaining() : FStream::kUnknown;
   AiffChunks found;
   if (fileSize < 12 || !walkChunks(stream, fileSize, &found)) return false;
-  if (!(found.flags & kCommChunk) || !(found.flags & kSoundChunk)) return false;
+  // An offset that points past the end of the file leaves no sample data.
+  if (!(found.flags & kCommChunk) || !(found.flags & kSoundChunk) || found.dataStart > fileSize) return false;
   AudioFormat format;
   bool bigEndian = true;
   if (found.channels < 1 || !(found.rate >= 1.0 && found.rate <= 4.0e9)) return false;

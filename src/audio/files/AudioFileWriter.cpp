@@ -58,7 +58,8 @@ bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
     return stream_.failed() ? failWrite(error) : fail(kInvalidAudioFileMessage);
   }
   encoding_ = file_.encoding();
-  block_.resize(static_cast<size_t>(kBlockFrames * file_.format.blockAlign()));
+  blockFrames_ = std::max<int64_t>(1, kBlockBytes / file_.format.blockAlign());
+  block_.resize(static_cast<size_t>(blockFrames_ * file_.format.blockAlign()));
   return true;
 }
 
@@ -67,7 +68,7 @@ bool AudioFileWriter::writeFrames(const float* samples, int64_t frames) {
   const int channels = file_.format.channels;
   const int64_t frameBytes = file_.format.blockAlign();
   for (int64_t done = 0; done < frames;) {
-    const int64_t count = std::min(kBlockFrames, frames - done);
+    const int64_t count = std::min(blockFrames_, frames - done);
     encodeSamples(samples + done * channels, block_.data(), static_cast<size_t>(count * channels), encoding_);
     if (!stream_.writeRaw(block_.data(), count * frameBytes)) return failWrite(errno);
     done += count;

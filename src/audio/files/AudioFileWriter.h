@@ -42,8 +42,8 @@ class AudioFileWriter {
   const AudioFile& file() const { return file_; }
   const std::string& error() const { return error_; }
 
-  // Frames converted and written at once.
-  static constexpr int64_t kBlockFrames = 8192;
+  // Bytes converted and written at once (at least one frame).
+  static constexpr int64_t kBlockBytes = int64_t{1} << 18;
 
  private:
   bool fail(const std::string& message);
@@ -57,6 +57,7 @@ class AudioFileWriter {
   const AudioFileHandler* handler_ = nullptr;
   SampleEncoding encoding_;
   std::vector<uint8_t> block_;
+  int64_t blockFrames_ = 1;
   int64_t frames_ = 0;
   std::string error_;
 };

@@ -20,7 +20,7 @@ int32_t AudioFormat::averageBytesPerSecond() const {
 }
 
 bool AudioFormat::isWritable() const {
-  if (channels < 1 || !(sampleRate >= 1.0f) || sampleRate > 4.0e9f) return false;
+  if (channels < 1 || !(sampleRate >= 1.0f) || sampleRate > 4.0e9f || blockAlign() > 0xFFFF) return false;
   if (sampleType == SampleType::kFloat) return bitsPerSample == 32 || bitsPerSample == 64;
   return bitsPerSample == 8 || bitsPerSample == 16 || bitsPerSample == 24 || bitsPerSample == 32;
 }

@@ -19,11 +19,12 @@ struct AudioFormat {
 
   // Bytes of one stored sample and of one frame (all channels).
   int bytesPerSample() const { return (bitsPerSample + 7) / 8; }
-  int16_t blockAlign() const { return static_cast<int16_t>(bytesPerSample() * channels); }
+  int blockAlign() const { return bytesPerSample() * channels; }
   // Whole hertz times the block align, as the WAVE format chunk stores it.
   int32_t averageBytesPerSecond() const;
   // True for a format the handlers can store: 1 to 32767 channels, a rate
-  // of at least 1 Hz, 8/16/24/32-bit integers or 32/64-bit float.
+  // of at least 1 Hz, 8/16/24/32-bit integers or 32/64-bit float, and
+  // frames of at most 65535 bytes (the block align is a 16-bit field).
   bool isWritable() const;
 
   bool operator==(const AudioFormat&) const = default;
