@@ -8,6 +8,7 @@
 #include <sndfile.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -33,7 +34,7 @@ const std::string& benchFile() {
     std::vector<float> block(kBlockFrames * kChannels);
     for (int64_t done = 0; done < kFrames; done += kBlockFrames) {
       for (size_t i = 0; i < block.size(); ++i) block[i] = 0.8f * std::sin(0.001f * static_cast<float>(done + i));
-      sf_writef_float(sf, block.data(), kBlockFrames);
+      sf_writef_float(sf, block.data(), std::min(kBlockFrames, kFrames - done));
     }
     sf_close(sf);
     return name;
