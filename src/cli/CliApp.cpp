@@ -7,6 +7,7 @@
 
 #include "cli/ClassesCommand.h"
 #include "cli/CliContext.h"
+#include "cli/ConvertCommand.h"
 #include "cli/DumpCommand.h"
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
@@ -94,6 +95,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addProjectCommands(app, context, &exitCode);
   addShellCommands(app, context, std::cin, &exitCode);
   addQuantizeCommand(app, context, &exitCode);
+  addConvertCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
