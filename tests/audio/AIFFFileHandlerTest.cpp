@@ -150,5 +150,73 @@ TEST(AIFFFileHandler, MarkersRoundTripAsPairs) {
   EXPECT_EQ(reader.file().typeName, "AIFF");
 }
 
+// An AIFF file of one 16-bit mono frame with the given chunks before SSND.
+Bytes aiffWith(const Bytes& chunks) {
+  ByteBuilder body(true);
+  body.id("COMM").u32(18).u16(1).u32(1).u16(16).raw(kRate44100).raw(chunks);
+  body.id("SSND").u32(10).u32(0).u32(0).u16(0x4000);
+  return ByteBuilder(true)
+      .id("FORM")
+      .u32(static_cast<uint32_t>(4 + body.bytes.size()))
+      .id("AIFF")
+      .raw(body.bytes)
+      .bytes;
+}
+
+TEST(AIFFFileHandler, ApplicationChunksCarryOurAttributesOrMarkRexFiles) {
+  // Our signature in either spelling: three Pascal strings, "Intro" (5
+  // bytes: count + text = 6, even), "" (count + pad = 2) and "R7" (3 + pad).
+  for (const char* signature : {"Vrqm", "VRqm"}) {
+    const Bytes chunk = ByteBuilder(true)
+                            .id("APPL")
+                            .u32(4 + 6 + 2 + 4)
+                            .id(signature)
+                            .u8(5)
+                            .id("Intro")
+                            .u8(0)
+                            .u8(0)
+                            .u8(2)
+                            .id("R7")
+                            .u8(0)
+                            .bytes;
+    FMemoryStream in(aiffWith(chunk));
+    AudioFile file;
+    ASSERT_TRUE(AIFFFileHandler().readHeader(in, &file)) << signature;
+    ASSERT_TRUE(file.broadcastAttributes) << signature;
+    EXPECT_EQ(file.broadcastAttributes->description, "Intro");
+    EXPECT_EQ(file.broadcastAttributes->author, "");
+    EXPECT_EQ(file.broadcastAttributes->reference, "R7");
+    EXPECT_EQ(AIFFFileHandler().displayName(file), "AIFF File");
+  }
+  FMemoryStream rex(aiffWith(ByteBuilder(true).id("APPL").u32(8).id("REX ").u32(0).bytes));
+  AudioFile rexFile;
+  ASSERT_TRUE(AIFFFileHandler().readHeader(rex, &rexFile));
+  EXPECT_EQ(AIFFFileHandler().displayName(rexFile), "REX File");
+  // Another program's chunk, odd-sized and padded, is passed over.
+  FMemoryStream other(aiffWith(ByteBuilder(true).id("APPL").u32(5).id("stoc").u8(1).u8(0).bytes));
+  AudioFile otherFile;
+  ASSERT_TRUE(AIFFFileHandler().readHeader(other, &otherFile));
+  EXPECT_FALSE(otherFile.broadcastAttributes);
+  EXPECT_FALSE(otherFile.rex);
+}
+
+TEST(AIFFFileHandler, BroadcastAttributesRoundTripThroughOurApplicationChunk) {
+  test::TempDir dir;
+  AudioFile file = test::makeFile("AIFC", 44100, 2, 16, SampleType::kInteger);
+  file.broadcastAttributes = makeRef<BroadcastAttributes>();
+  file.broadcastAttributes->description = std::string(300, 'd');  // cut to 255
+  file.broadcastAttributes->author = "Someone";
+  file.broadcastAttributes->reference = "Take 12";
+  ASSERT_TRUE(test::writeOurs(dir.file("b.aifc"), file, std::vector<float>(8, 0.5f)));
+  AudioFileReader reader;
+  ASSERT_TRUE(reader.open(dir.file("b.aifc")));
+  ASSERT_TRUE(reader.file().broadcastAttributes);
+  EXPECT_EQ(reader.file().broadcastAttributes->description, std::string(255, 'd'));
+  EXPECT_EQ(reader.file().broadcastAttributes->author, "Someone");
+  EXPECT_EQ(reader.file().broadcastAttributes->reference, "Take 12");
+  // libsndfile reads the file past our chunk with the same samples.
+  EXPECT_EQ(test::readSndfile(dir.file("b.aifc"))->samples, std::vector<float>(8, 0.5f));
+}
+
 }  // namespace
 }  // namespace vantor

@@ -19,9 +19,14 @@ bool writeChunkHeader(FStream& stream, const char* id, uint32_t size) {
   return writeId(stream, id) && stream.writeUInt32(size);
 }
 
-// A Pascal string: count byte, text, and a pad byte to an even length.
-uint32_t pascalSize(std::string_view text) { return static_cast<uint32_t>((1 + text.size() + 1) & ~size_t{1}); }
+// A Pascal string: count byte, text (at most 255 bytes), and a pad byte to
+// an even length.
+std::string_view pascalText(std::string_view text) { return text.substr(0, 255); }
+uint32_t pascalSize(std::string_view text) {
+  return static_cast<uint32_t>((1 + pascalText(text).size() + 1) & ~size_t{1});
+}
 bool writePascal(FStream& stream, std::string_view text) {
+  text = pascalText(text);
   const uint8_t count = static_cast<uint8_t>(text.size());
   const uint8_t zero = 0;
   return stream.writeRaw(&count, 1) && stream.writeRaw(text.data(), count) &&
@@ -60,9 +65,20 @@ bool writeMarkChunk(FStream& stream, const std::vector<CueEntry>& cues) {
   return true;
 }
 
+// Our application chunk: the signature, then the broadcast attributes'
+// description, author and reference as Pascal strings.
+uint32_t applicationSize(const BroadcastAttributes& b) {
+  return 4 + pascalSize(b.description) + pascalSize(b.author) + pascalSize(b.reference);
+}
+
+bool writeApplicationChunk(FStream& stream, const BroadcastAttributes& b) {
+  return writeChunkHeader(stream, "APPL", applicationSize(b)) && writeId(stream, "Vrqm") &&
+         writePascal(stream, b.description) && writePascal(stream, b.author) && writePascal(stream, b.reference);
+}
+
 // --- Reading ---------------------------------------------------------------
 
-enum ChunkFlag : unsigned { kCommChunk = 1, kSoundChunk = 2, kMarkChunk = 4 };
+enum ChunkFlag : unsigned { kCommChunk = 1, kSoundChunk = 2, kMarkChunk = 4, kOwnApplChunk = 8 };
 
 struct AiffChunks {
   unsigned flags = 0;
@@ -75,6 +91,8 @@ struct AiffChunks {
   int64_t dataStart = 0;
   int64_t dataBytes = 0;
   std::vector<CueEntry> cues;
+  bool rex = false;
+  FRef<BroadcastAttributes> broadcast;
 };
 
 bool readCommChunk(FStream& stream, uint32_t size, AiffChunks* found) {
@@ -109,6 +127,35 @@ void readMarkChunk(FStream& stream, uint32_t size, AiffChunks* found) {
   }
 }
 
+// A Pascal string of at most left bytes (count, text and pad).
+bool readPascal(FStream& stream, int64_t* left, std::string* text) {
+  uint8_t count = 0;
+  if (*left < 2 || !stream.readRaw(&count, 1)) return false;
+  const int64_t total = (int64_t{count} + 2) & ~int64_t{1};
+  if (total > *left) return false;
+  text->resize(count);
+  if (!stream.readRaw(text->data(), count) || !stream.skip(total - 1 - count)) return false;
+  *left -= total;
+  return true;
+}
+
+// "REX " marks a file of REX slices; our own signature, also with its
+// second letter in upper case, carries the broadcast attributes. Other
+// application chunks are passed over.
+void readApplicationChunk(FStream& stream, int64_t size, AiffChunks* found) {
+  char signature[4];
+  if (size < 4 || !stream.readRaw(signature, 4)) return;
+  if (isId(signature, "REX ")) found->rex = true;
+  if ((!isId(signature, "Vrqm") && !isId(signature, "VRqm")) || (found->flags & kOwnApplChunk)) return;
+  found->flags |= kOwnApplChunk;
+  auto broadcast = makeRef<BroadcastAttributes>();
+  int64_t left = size - 4;
+  if (readPascal(stream, &left, &broadcast->description) && readPascal(stream, &left, &broadcast->author) &&
+      readPascal(stream, &left, &broadcast->reference)) {
+    found->broadcast = broadcast;
+  }
+}
+
 void readChunk(FStream& stream, const char* id, uint32_t size, int64_t available, AiffChunks* found, bool* ok) {
   if (isId(id, "COMM") && !(found->flags & kCommChunk)) {
     found->flags |= kCommChunk;
@@ -119,6 +166,8 @@ void readChunk(FStream& stream, const char* id, uint32_t size, int64_t available
     found->flags |= kSoundChunk;
     found->dataStart = stream.position() + offset;
     found->dataBytes = std::max<int64_t>(0, std::min<int64_t>(int64_t{size}, available) - 8 - offset);
+  } else if (isId(id, "APPL")) {
+    readApplicationChunk(stream, std::min<int64_t>(size, available), found);
   } else if (isId(id, "MARK") && !(found->flags & kMarkChunk)) {
     found->flags |= kMarkChunk;
     readMarkChunk(stream, static_cast<uint32_t>(std::min<int64_t>(size, available)), found);
@@ -224,6 +273,8 @@ bool AIFFFileHandler::readHeader(FStream& stream, AudioFile* file) const {
   const int64_t bytes = std::min(found.dataBytes, std::max<int64_t>(0, fileSize - found.dataStart));
   file->lengthFrames = std::min<int64_t>(found.frames, bytes / format.blockAlign());
   file->cues = std::move(found.cues);
+  file->rex = found.rex;
+  file->broadcastAttributes = found.broadcast;
   return true;
 }
 
@@ -234,6 +285,7 @@ bool AIFFFileHandler::writeHeader(FStream& stream, AudioFile* file) const {
   const bool aifc = isFloat || file->typeName == "AIFC";
   file->typeName = aifc ? "AIFC" : "AIFF";
   file->bigEndian = true;
+  file->rex = false;
   file->codecAttributes = nullptr;
   stream.setSwap(1);
   static const Compression kNone{"NONE", "not compressed"};
@@ -245,10 +297,12 @@ bool AIFFFileHandler::writeHeader(FStream& stream, AudioFile* file) const {
   uint32_t formSize = 54;
   if (compression != nullptr) formSize += 4 + pascalSize(compression->name) + 12;
   if (!file->cues.empty()) formSize += 8 + 2 + 16 * static_cast<uint32_t>(std::min<size_t>(file->cues.size(), 0x7FFF));
+  if (file->broadcastAttributes) formSize += 8 + applicationSize(*file->broadcastAttributes);
   bool ok = writeChunkHeader(stream, "FORM", formSize) && writeId(stream, aifc ? "AIFC" : "AIFF") &&
             writeCommChunk(stream, *file, compression);
   if (ok && aifc) ok = writeChunkHeader(stream, "FVER", 4) && stream.writeUInt32(kAifcVersion);
   if (ok && !file->cues.empty()) ok = writeMarkChunk(stream, file->cues);
+  if (ok && file->broadcastAttributes) ok = writeApplicationChunk(stream, *file->broadcastAttributes);
   if (!ok || !writeChunkHeader(stream, "SSND", 8) || !stream.writeUInt32(0) || !stream.writeUInt32(0)) return false;
   file->dataStart = stream.position();
   return true;
@@ -271,6 +325,7 @@ bool AIFFFileHandler::finish(FStream& stream, AudioFile* file, int64_t frames) c
 }
 
 std::string AIFFFileHandler::displayName(const AudioFile& file) const {
+  if (file.rex) return "REX File";
   return file.typeName == "AIFC" ? "AIFC File" : "AIFF File";
 }
 

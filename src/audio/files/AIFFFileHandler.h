@@ -8,7 +8,9 @@
 // Each cue entry is stored as two markers (identifiers 2 × i + 1 and
 // 2 × i + 2, without names); the reader pairs markers in the order they are
 // stored, and a last unpaired marker becomes an entry whose two positions
-// are equal. Chunks are padded to even sizes, as the format requires.
+// are equal. Broadcast attributes (description, author, reference) travel
+// in an application chunk of our own signature, "Vrqm"; one signed "REX "
+// marks a REX file. Chunks are padded to even sizes, as the format requires.
 
 #include "audio/files/AudioFileHandler.h"
 

@@ -42,6 +42,8 @@ class AudioFile {
   int64_t lengthFrames = 0;
   int64_t dataStart = 0;  // byte position of the first sample
   std::vector<CueEntry> cues;
+  // An AIFF file that carries REX slice data (the slices are not read).
+  bool rex = false;
   FRef<CodecAttributes> codecAttributes;          // may be null
   FRef<BroadcastAttributes> broadcastAttributes;  // may be null
 
