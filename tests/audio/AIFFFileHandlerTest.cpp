@@ -34,21 +34,13 @@ TEST(AIFFFileHandler, AiffHeaderBytes) {
   AudioFile file = test::makeFile("AIFF", 44100, 2, 16, SampleType::kInteger);
   FMemoryStream out;
   ASSERT_TRUE(AIFFFileHandler().writeHeader(out, &file));
+  // clang-format off
   const Bytes expected = ByteBuilder(true)
-                             .id("FORM")
-                             .u32(54)
-                             .id("AIFF")
-                             .id("COMM")
-                             .u32(18)
-                             .u16(2)
-                             .u32(0)
-                             .u16(16)
-                             .raw(kRate44100)
-                             .id("SSND")
-                             .u32(8)
-                             .u32(0)
-                             .u32(0)
-                             .bytes;
+      .id("FORM").u32(54).id("AIFF")
+      .id("COMM").u32(18).u16(2).u32(0).u16(16).raw(kRate44100)
+      .id("SSND").u32(8).u32(0).u32(0)
+      .bytes;
+  // clang-format on
   EXPECT_EQ(out.data(), expected);
   EXPECT_EQ(file.dataStart, 54);
 }
@@ -58,29 +50,22 @@ TEST(AIFFFileHandler, FloatIsWrittenAsAifcWithItsCompressionType) {
   FMemoryStream out;
   ASSERT_TRUE(AIFFFileHandler().writeHeader(out, &file));
   // "32-bit floating point" is 21 bytes: with its count byte 22, even.
+  // clang-format off
   const Bytes expected = ByteBuilder(true)
-                             .id("FORM")
-                             .u32(54 + 4 + 22 + 12)
-                             .id("AIFC")
-                             .id("COMM")
-                             .u32(18 + 4 + 22)
-                             .u16(1)
-                             .u32(0)
-                             .u16(32)
-                             .raw(kRate44100)
-                             .id("fl32")
-                             .u8(21)
-                             .id("32-bit floating point")
-                             .id("FVER")
-                             .u32(4)
-                             .u32(0xA2805140)
-                             .id("SSND")
-                             .u32(8)
-                             .u32(0)
-                             .u32(0)
-                             .bytes;
+      .id("FORM").u32(54 + 4 + 22 + 12).id("AIFC")
+      .id("COMM").u32(18 + 4 + 22).u16(1).u32(0).u16(32).raw(kRate44100)
+      .id("fl32").u8(21).id("32-bit floating point")
+      .id("FVER").u32(4).u32(0xA2805140)
+      .id("SSND").u32(8).u32(0).u32(0)
+      .bytes;
+  // clang-format on
   EXPECT_EQ(out.data(), expected);
   EXPECT_EQ(file.typeName, "AIFC");
+}
+
+// A "FORM" of the given type around body.
+Bytes formOf(const char* type, const Bytes& body) {
+  return ByteBuilder(true).id("FORM").u32(static_cast<uint32_t>(4 + body.size())).id(type).raw(body).bytes;
 }
 
 // An AIFC file with one "COMM", an odd-sized unknown chunk (padded, as AIFF
@@ -99,12 +84,7 @@ Bytes aifc(const char* compression, int16_t bits, int16_t channels, const Bytes&
       .u8(0);
   chunks.id("ANNO").u32(3).id("abc").u8(0);
   chunks.id("SSND").u32(static_cast<uint32_t>(8 + data.size())).u32(0).u32(0).raw(data);
-  return ByteBuilder(true)
-      .id("FORM")
-      .u32(static_cast<uint32_t>(4 + chunks.bytes.size()))
-      .id("AIFC")
-      .raw(chunks.bytes)
-      .bytes;
+  return formOf("AIFC", chunks.bytes);
 }
 
 TEST(AIFFFileHandler, ReadsEachCompressionTypeItKnows) {
@@ -155,30 +135,21 @@ Bytes aiffWith(const Bytes& chunks) {
   ByteBuilder body(true);
   body.id("COMM").u32(18).u16(1).u32(1).u16(16).raw(kRate44100).raw(chunks);
   body.id("SSND").u32(10).u32(0).u32(0).u16(0x4000);
-  return ByteBuilder(true)
-      .id("FORM")
-      .u32(static_cast<uint32_t>(4 + body.bytes.size()))
-      .id("AIFF")
-      .raw(body.bytes)
-      .bytes;
+  return formOf("AIFF", body.bytes);
 }
 
 TEST(AIFFFileHandler, ApplicationChunksCarryOurAttributesOrMarkRexFiles) {
   // Our signature in either spelling: three Pascal strings, "Intro" (5
   // bytes: count + text = 6, even), "" (count + pad = 2) and "R7" (3 + pad).
   for (const char* signature : {"Vrqm", "VRqm"}) {
+    // clang-format off
     const Bytes chunk = ByteBuilder(true)
-                            .id("APPL")
-                            .u32(4 + 6 + 2 + 4)
-                            .id(signature)
-                            .u8(5)
-                            .id("Intro")
-                            .u8(0)
-                            .u8(0)
-                            .u8(2)
-                            .id("R7")
-                            .u8(0)
-                            .bytes;
+        .id("APPL").u32(4 + 6 + 2 + 4).id(signature)
+        .u8(5).id("Intro")
+        .u8(0).u8(0)
+        .u8(2).id("R7").u8(0)
+        .bytes;
+    // clang-format on
     FMemoryStream in(aiffWith(chunk));
     AudioFile file;
     ASSERT_TRUE(AIFFFileHandler().readHeader(in, &file)) << signature;

@@ -31,22 +31,14 @@ TEST(WaveFileHandler, SixteenBitHeaderHasNoFillerAndAPlainFormatChunk) {
   AudioFile file = test::makeFile("WAVE", 44100, 2, 16, SampleType::kInteger);
   // Form size 36 = 4 ("WAVE") + 8 + 16 (format chunk) + 8 (data header);
   // 36 mod 4 = 0: no filler. Average bytes 44100 × 4 = 176400.
+  // clang-format off
   const Bytes expected = ByteBuilder(false)
-                             .id("RIFF")
-                             .u32(36)
-                             .id("WAVE")
-                             .id("fmt ")
-                             .u32(16)
-                             .u16(1)
-                             .u16(2)
-                             .u32(44100)
-                             .u32(176400)
-                             .u16(4)
-                             .u16(16)
-                             .raw(emptyCueChunk())
-                             .id("data")
-                             .u32(0)
-                             .bytes;
+      .id("RIFF").u32(36).id("WAVE")
+      .id("fmt ").u32(16).u16(1).u16(2).u32(44100).u32(176400).u16(4).u16(16)
+      .raw(emptyCueChunk())
+      .id("data").u32(0)
+      .bytes;
+  // clang-format on
   EXPECT_EQ(headerOf(&file), expected);
   // 12 + 24 + 60 + 8 bytes of header precede the samples.
   EXPECT_EQ(file.dataStart, 104);
@@ -57,26 +49,15 @@ TEST(WaveFileHandler, FloatHeaderHasTagThreeAndATwoByteFiller) {
   AudioFile file = test::makeFile("WAVE", 48000, 1, 32, SampleType::kFloat);
   // 36 + 2 (extra-size field) = 38; 38 mod 4 = 2, so the filler holds
   // 4 − 2 = 2 bytes and the form grows by 2 + 8 to 48.
+  // clang-format off
   const Bytes expected = ByteBuilder(false)
-                             .id("RIFF")
-                             .u32(48)
-                             .id("WAVE")
-                             .id("Fake")
-                             .u32(2)
-                             .u16(0)
-                             .id("fmt ")
-                             .u32(18)
-                             .u16(3)
-                             .u16(1)
-                             .u32(48000)
-                             .u32(192000)
-                             .u16(4)
-                             .u16(32)
-                             .u16(0)
-                             .raw(emptyCueChunk())
-                             .id("data")
-                             .u32(0)
-                             .bytes;
+      .id("RIFF").u32(48).id("WAVE")
+      .id("Fake").u32(2).u16(0)
+      .id("fmt ").u32(18).u16(3).u16(1).u32(48000).u32(192000).u16(4).u16(32).u16(0)
+      .raw(emptyCueChunk())
+      .id("data").u32(0)
+      .bytes;
+  // clang-format on
   EXPECT_EQ(headerOf(&file), expected);
   EXPECT_EQ(file.dataStart, 116);
   ASSERT_TRUE(file.codecAttributes);
@@ -172,47 +153,27 @@ std::optional<AudioFile> readHeaderOf(const Bytes& bytes) {
 TEST(WaveFileHandler, UnknownChunksAreSkippedBySizePlusEightWithoutPad) {
   const Bytes samples = {1, 0, 2, 0};
   // "junk" of 3 bytes, the format chunk straight behind it.
-  const Bytes odd = riff(ByteBuilder(false)
-                             .id("junk")
-                             .u32(3)
-                             .u8(9)
-                             .u8(9)
-                             .u8(9)
-                             .raw(formatChunk(1, 1, 16, 2))
-                             .raw(dataChunk(samples))
-                             .bytes);
+  const Bytes junk = ByteBuilder(false).id("junk").u32(3).u8(9).u8(9).u8(9).bytes;
+  const Bytes rest = ByteBuilder(false).raw(formatChunk(1, 1, 16, 2)).raw(dataChunk(samples)).bytes;
+  const Bytes odd = riff(ByteBuilder(false).raw(junk).raw(rest).bytes);
   const auto file = readHeaderOf(odd);
   ASSERT_TRUE(file);
   EXPECT_EQ(file->lengthFrames, 2);
   EXPECT_EQ(file->dataStart, 12 + 11 + 24 + 8);
   // With a pad byte behind it the walk lands one byte early, reads no
   // format chunk and refuses the file.
-  const Bytes padded = riff(ByteBuilder(false)
-                                .id("junk")
-                                .u32(3)
-                                .u8(9)
-                                .u8(9)
-                                .u8(9)
-                                .u8(0)
-                                .raw(formatChunk(1, 1, 16, 2))
-                                .raw(dataChunk(samples))
-                                .bytes);
+  const Bytes padded = riff(ByteBuilder(false).raw(junk).u8(0).raw(rest).bytes);
   EXPECT_FALSE(readHeaderOf(padded));
   // An even-sized one, and the filler the writer makes, are skipped alike.
-  const Bytes even =
-      riff(ByteBuilder(false).id("Fake").u32(2).u16(0).raw(formatChunk(1, 1, 16, 2)).raw(dataChunk(samples)).bytes);
+  const Bytes even = riff(ByteBuilder(false).id("Fake").u32(2).u16(0).raw(rest).bytes);
   ASSERT_TRUE(readHeaderOf(even));
   EXPECT_EQ(readHeaderOf(even)->dataStart, 12 + 10 + 24 + 8);
 }
 
 // The extensible format's extra bytes with the given sub-format tag.
 Bytes extensible(uint16_t validBits, uint16_t subTag) {
-  return ByteBuilder(false)
-      .u16(validBits)
-      .u32(4)
-      .u16(subTag)
-      .raw({0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71})
-      .bytes;
+  const Bytes guidTail = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+  return ByteBuilder(false).u16(validBits).u32(4).u16(subTag).raw(guidTail).bytes;
 }
 
 TEST(WaveFileHandler, AcceptsTagsOneThreeAndExtensibleOnly) {
