@@ -7,6 +7,7 @@
 
 #include "cli/ClassesCommand.h"
 #include "cli/CliContext.h"
+#include "cli/ConvertCommand.h"
 #include "cli/DumpCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
@@ -98,6 +99,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addQuantizeCommand(app, context, &exitCode);
   addMidiExportCommand(app, context, &exitCode);
   addMidiImportCommand(app, context, &exitCode);
+  addConvertCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

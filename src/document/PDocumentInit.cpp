@@ -1,5 +1,6 @@
 #include "document/PDocumentInit.h"
 
+#include "audio/AudioInit.h"
 #include "document/PAppVersion.h"
 #include "document/PArrangement.h"
 #include "document/PDeviceSetup.h"
@@ -19,6 +20,7 @@ void registerDocumentClasses() {
 
 void initializeDocument() {
   initializeMidi();
+  initializeAudio();
   FInitializer::add("document", FInitializer::kDocument, [] {
     registerDocumentClasses();
     declareMidiPreferences();

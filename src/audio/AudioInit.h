@@ -1,0 +1,13 @@
+#pragma once
+// Start-up of the audio layer: registers the audio classes through
+// FInitializer, after the model's.
+
+namespace vantor {
+
+// Calls the model's initialiser first; idempotent.
+void initializeAudio();
+
+// Registration of the audio file classes; run by initializeAudio().
+void registerAudioFileClasses();
+
+}  // namespace vantor

@@ -1,0 +1,33 @@
+#include "audio/files/AudioFileHandler.h"
+
+#include <algorithm>
+
+#include "audio/files/AIFFFileHandler.h"
+#include "audio/files/WaveFileHandler.h"
+
+namespace vantor {
+
+const std::vector<const AudioFileHandler*>& AudioFileHandlers::all() {
+  static const WaveFileHandler wave;
+  static const AIFFFileHandler aiff;
+  static const std::vector<const AudioFileHandler*> handlers = {&wave, &aiff};
+  return handlers;
+}
+
+const AudioFileHandler* AudioFileHandlers::recognize(FStream& stream) {
+  for (const AudioFileHandler* handler : all()) {
+    const bool known = stream.seek(0) && handler->recognize(stream);
+    if (known) return handler;
+  }
+  return nullptr;
+}
+
+const AudioFileHandler* AudioFileHandlers::byTypeName(const std::string& typeName) {
+  for (const AudioFileHandler* handler : all()) {
+    const auto& names = handler->info().typeNames;
+    if (std::find(names.begin(), names.end(), typeName) != names.end()) return handler;
+  }
+  return nullptr;
+}
+
+}  // namespace vantor

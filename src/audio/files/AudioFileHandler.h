@@ -1,0 +1,62 @@
+#pragma once
+// The interface of a container format's file handler, and the registry of
+// handlers with their type names, display names, MIME types and extensions.
+//
+// A handler never reads or writes sample data: it reads a header into an
+// AudioFile, writes a fresh header for a new file and fixes the sizes up
+// once the samples are written. AudioFileReader and AudioFileWriter move the
+// samples.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "audio/files/AudioFile.h"
+#include "foundation/FStream.h"
+
+namespace vantor {
+
+class AudioFileHandler {
+ public:
+  struct Info {
+    std::vector<std::string> typeNames;
+    std::vector<std::string> displayNames;
+    std::vector<std::string> mimeTypes;
+    std::vector<std::string> extensions;
+  };
+
+  virtual ~AudioFileHandler() = default;
+  virtual const Info& info() const = 0;
+
+  // Whether the bytes at the stream's start carry this handler's container
+  // and form identifiers. Moves the stream's position.
+  [[nodiscard]] virtual bool recognize(FStream& stream) const = 0;
+  // Reads the header of the file in stream into file: its type name,
+  // format, data start, length in frames (never more than the file holds)
+  // and markers. False for a file this handler cannot read; file is then
+  // left with zero values.
+  [[nodiscard]] virtual bool readHeader(FStream& stream, AudioFile* file) const = 0;
+  // Writes the complete header for file's format and cue entries into an
+  // empty stream, with zero sizes, and stores the position of the first
+  // sample byte in file->dataStart; the stream is left there. False when
+  // the format cannot be stored or a write failed.
+  [[nodiscard]] virtual bool writeHeader(FStream& stream, AudioFile* file) const = 0;
+  // After frames sample frames were written behind the header: pads the
+  // data to an even length and writes the real sizes. The stream ends up
+  // at its end.
+  [[nodiscard]] virtual bool finish(FStream& stream, AudioFile* file, int64_t frames) const = 0;
+  // The display name of this file's kind ("Wave File", "AIFC File", ...).
+  virtual std::string displayName(const AudioFile& file) const = 0;
+};
+
+class AudioFileHandlers {
+ public:
+  // The registered handlers, in the order they are asked to recognise.
+  static const std::vector<const AudioFileHandler*>& all();
+  // The first handler that recognises the stream, or nullptr.
+  static const AudioFileHandler* recognize(FStream& stream);
+  // The handler registered under a type name ("WAVE", "AIFF", "AIFC").
+  static const AudioFileHandler* byTypeName(const std::string& typeName);
+};
+
+}  // namespace vantor

@@ -1,0 +1,91 @@
+#include "audio/files/AudioFileReader.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "audio/files/AudioFileMessages.h"
+#include "audio/files/SampleCodec.h"
+#include "foundation/FFileStream.h"
+
+namespace vantor {
+
+AudioFileReader::~AudioFileReader() { close(); }
+
+void AudioFileReader::close() {
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
+  file_ = AudioFile{};
+  handler_ = nullptr;
+  position_ = 0;
+}
+
+bool AudioFileReader::open(const std::string& path) {
+  close();
+  error_.clear();
+  {
+    FFileStream stream;
+    if (!stream.open(path, FFileStream::Mode::kRead)) {
+      error_ = std::strerror(errno);
+      return false;
+    }
+    file_.path = path;
+    handler_ = AudioFileHandlers::recognize(stream);
+    if (handler_ == nullptr || !handler_->readHeader(stream, &file_) || !isSupportedEncoding(file_.encoding())) {
+      close();
+      error_ = kInvalidAudioFileMessage;
+      return false;
+    }
+  }
+  fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd_ < 0) {
+    error_ = std::strerror(errno);
+    close();
+    return false;
+  }
+  (void)::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
+  encoding_ = file_.encoding();
+  return true;
+}
+
+bool AudioFileReader::seekFrame(int64_t frame) {
+  if (fd_ < 0 || frame < 0 || frame > file_.lengthFrames) return false;
+  position_ = frame;
+  return true;
+}
+
+int64_t AudioFileReader::readFrames(float* samples, int64_t frames) {
+  if (fd_ < 0) return -1;
+  const int64_t frameBytes = file_.format.blockAlign();
+  const int64_t blockFrames = std::max<int64_t>(1, kBlockBytes / frameBytes);
+  frames = std::clamp<int64_t>(frames, 0, file_.lengthFrames - position_);
+  if (block_.size() < static_cast<size_t>(std::min(frames, blockFrames) * frameBytes)) {
+    block_.resize(static_cast<size_t>(std::min(frames, blockFrames) * frameBytes));
+  }
+  int64_t done = 0;
+  while (done < frames) {
+    const int64_t count = std::min(blockFrames, frames - done);
+    const int64_t bytes = count * frameBytes;
+    int64_t got = 0;
+    while (got < bytes) {
+      const ssize_t n = ::pread(fd_, block_.data() + got, static_cast<size_t>(bytes - got),
+                                static_cast<off_t>(file_.dataStart + (position_ * frameBytes) + got));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) return -1;
+      if (n == 0) break;  // the file was cut short since it was opened
+      got += n;
+    }
+    const int64_t whole = got / frameBytes;
+    decodeSamples(block_.data(), samples + done * file_.format.channels,
+                  static_cast<size_t>(whole * file_.format.channels), encoding_);
+    done += whole;
+    position_ += whole;
+    if (whole < count) break;
+  }
+  return done;
+}
+
+}  // namespace vantor

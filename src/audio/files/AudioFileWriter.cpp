@@ -1,0 +1,98 @@
+#include "audio/files/AudioFileWriter.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "audio/files/AudioFileMessages.h"
+#include "audio/files/SampleCodec.h"
+
+namespace vantor {
+
+AudioFileWriter::~AudioFileWriter() { abandon(); }
+
+bool AudioFileWriter::fail(const std::string& message) {
+  error_ = message;
+  abandon();
+  return false;
+}
+
+bool AudioFileWriter::failWrite(int error) {
+  if (error == ENOSPC || error == EDQUOT) return fail(kNotEnoughDiskSpaceMessage);
+  return fail(stream_.lastError().empty() ? std::strerror(error) : stream_.lastError());
+}
+
+void AudioFileWriter::abandon() {
+  if (stream_.isOpen()) (void)stream_.close();
+  if (!temporary_.empty()) ::unlink(temporary_.c_str());
+  temporary_.clear();
+  handler_ = nullptr;
+}
+
+bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
+  abandon();
+  error_.clear();
+  file_ = file;
+  file_.path = path;
+  frames_ = 0;
+  handler_ = AudioFileHandlers::byTypeName(file.typeName);
+  if (handler_ == nullptr || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
+  // Write protection is the file's own mode, whoever runs the program.
+  struct stat info {};
+  if (::stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+    return fail(kWriteProtectedMessage);
+  }
+  std::string pattern = path + ".XXXXXX";
+  const int fd = ::mkstemp(pattern.data());
+  if (fd < 0) return fail(std::strerror(errno));
+  temporary_ = pattern;
+  target_ = path;
+  if (!stream_.adoptForWriting(fd)) return fail(std::strerror(errno));
+  if (!handler_->writeHeader(stream_, &file_)) {
+    const int error = errno;
+    return stream_.failed() ? failWrite(error) : fail(kInvalidAudioFileMessage);
+  }
+  encoding_ = file_.encoding();
+  blockFrames_ = std::max<int64_t>(1, kBlockBytes / file_.format.blockAlign());
+  block_.resize(static_cast<size_t>(blockFrames_ * file_.format.blockAlign()));
+  return true;
+}
+
+bool AudioFileWriter::writeFrames(const float* samples, int64_t frames) {
+  if (handler_ == nullptr) return false;
+  const int channels = file_.format.channels;
+  const int64_t frameBytes = file_.format.blockAlign();
+  for (int64_t done = 0; done < frames;) {
+    const int64_t count = std::min(blockFrames_, frames - done);
+    encodeSamples(samples + done * channels, block_.data(), static_cast<size_t>(count * channels), encoding_);
+    if (!stream_.writeRaw(block_.data(), count * frameBytes)) return failWrite(errno);
+    done += count;
+  }
+  frames_ += frames;
+  return true;
+}
+
+bool AudioFileWriter::close() {
+  if (handler_ == nullptr) return false;
+  if (!handler_->finish(stream_, &file_, frames_)) {
+    // finish refuses only sizes beyond the container's 32-bit fields.
+    return stream_.failed() ? failWrite(errno) : fail("The file is larger than its format can hold (4 GB).");
+  }
+  if (!stream_.close(true)) return failWrite(errno);
+  // mkstemp makes the file readable by its owner alone; a new audio file
+  // gets the usual mode.
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  (void)::chmod(temporary_.c_str(), 0666 & ~mask);
+  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) return failWrite(errno);
+  temporary_.clear();
+  handler_ = nullptr;
+  return true;
+}
+
+}  // namespace vantor

@@ -1,0 +1,65 @@
+#pragma once
+// Writes a new audio file from 32-bit float samples, interleaved. The file
+// is written as a temporary file beside the target and renamed over it
+// only when close() succeeds, so a failure leaves an older file at the
+// target byte for byte.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "audio/files/AudioFile.h"
+#include "audio/files/AudioFileHandler.h"
+#include "foundation/FFileStream.h"
+
+namespace vantor {
+
+class AudioFileWriter {
+ public:
+  AudioFileWriter() = default;
+  // Abandons an unfinished file (its temporary file is removed).
+  ~AudioFileWriter();
+  AudioFileWriter(const AudioFileWriter&) = delete;
+  AudioFileWriter& operator=(const AudioFileWriter&) = delete;
+
+  // Starts a file at path with file's format, cue entries and attribute
+  // records, through the handler registered for file.typeName ("WAVE",
+  // "AIFF", "AIFC"). False, with the reason in error(), when the target is
+  // write protected ("The file is write protected and cannot be
+  // replaced!"), the format cannot be stored or the file cannot be made.
+  [[nodiscard]] bool open(const std::string& path, const AudioFile& file);
+  // Appends frames frames (frames × channels floats). False when a write
+  // failed; "There is not enough disk space for this operation!" when the
+  // disk was full.
+  [[nodiscard]] bool writeFrames(const float* samples, int64_t frames);
+  // Writes the real sizes, syncs and puts the file in place. False leaves
+  // the target as it was.
+  [[nodiscard]] bool close();
+  // Drops the unfinished file.
+  void abandon();
+
+  // The file as written so far: its data start, and after close() its length.
+  const AudioFile& file() const { return file_; }
+  const std::string& error() const { return error_; }
+
+  // Bytes converted and written at once (at least one frame).
+  static constexpr int64_t kBlockBytes = int64_t{1} << 18;
+
+ private:
+  bool fail(const std::string& message);
+  // The message for a failed write, by the errno it left.
+  bool failWrite(int error);
+
+  FFileStream stream_;
+  std::string target_;
+  std::string temporary_;
+  AudioFile file_;
+  const AudioFileHandler* handler_ = nullptr;
+  SampleEncoding encoding_;
+  std::vector<uint8_t> block_;
+  int64_t blockFrames_ = 1;
+  int64_t frames_ = 0;
+  std::string error_;
+};
+
+}  // namespace vantor

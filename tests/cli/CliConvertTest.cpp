@@ -1,0 +1,87 @@
+// `vantor convert` between containers and sample widths, read back through
+// the audio reader.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "CliTestSupport.h"
+#include "audio/files/AudioFileReader.h"
+#include "audio/files/AudioFileWriter.h"
+
+namespace vantor {
+namespace {
+
+using test::runVantor;
+using test::TempFolder;
+
+std::vector<float> readAll(const std::string& path, AudioFile* file) {
+  AudioFileReader reader;
+  EXPECT_TRUE(reader.open(path)) << path;
+  *file = reader.file();
+  std::vector<float> samples(static_cast<size_t>(file->lengthFrames * file->format.channels));
+  EXPECT_EQ(reader.readFrames(samples.data(), file->lengthFrames), file->lengthFrames);
+  return samples;
+}
+
+TEST(CliConvert, ChangesContainerAndWidthKeepingSamplesAndCues) {
+  TempFolder dir;
+  const std::string source = (dir / "source.wav").string();
+  AudioFile file;
+  file.typeName = "WAVE";
+  file.format.sampleRate = 48000;
+  file.format.channels = 2;
+  file.format.bitsPerSample = 24;
+  file.cues = {{100, 200}};
+  // Multiples of 2^-15: 16 bits hold them exactly.
+  std::vector<float> signal;
+  for (int i = 0; i < 2 * 5000; ++i) signal.push_back(static_cast<float>((i * 37) % 65536 - 32768) / 32768.0f);
+  AudioFileWriter writer;
+  ASSERT_TRUE(writer.open(source, file) && writer.writeFrames(signal.data(), 5000) && writer.close());
+
+  struct Case {
+    std::vector<std::string> args;
+    const char* typeName;
+    int bits;
+    SampleType type;
+  };
+  const Case cases[] = {
+      {{"out.aiff", "--bits", "16"}, "AIFF", 16, SampleType::kInteger},
+      {{"out.aifc"}, "AIFC", 24, SampleType::kInteger},
+      {{"out.bin", "--format", "aifc", "--bits", "32f"}, "AIFC", 32, SampleType::kFloat},
+      {{"out.wav", "--bits", "32f"}, "WAVE", 32, SampleType::kFloat},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> args = {"convert", source, (dir / c.args[0]).string()};
+    args.insert(args.end(), c.args.begin() + 1, c.args.end());
+    const auto result = runVantor(args);
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find("48.000 kHz"), std::string::npos) << result.out;
+    AudioFile converted;
+    EXPECT_EQ(readAll((dir / c.args[0]).string(), &converted), signal) << c.args[0];
+    EXPECT_EQ(converted.typeName, c.typeName);
+    EXPECT_EQ(converted.format.bitsPerSample, c.bits);
+    EXPECT_EQ(converted.format.sampleType, c.type);
+    EXPECT_EQ(converted.cues.front(), (CueEntry{100, 200}));
+  }
+}
+
+TEST(CliConvert, RefusesBadFilesAndBadOptions) {
+  TempFolder dir;
+  const std::string junk = (dir / "junk.wav").string();
+  std::ofstream(junk) << "RIFF not really a wave file";
+  const auto invalid = runVantor({"convert", junk, (dir / "out.wav").string()});
+  EXPECT_EQ(invalid.status, 1);
+  EXPECT_NE(invalid.err.find("Error: Invalid or unsupported file!"), std::string::npos) << invalid.err;
+  EXPECT_FALSE(std::filesystem::exists(dir / "out.wav"));
+
+  EXPECT_EQ(runVantor({"convert", junk, (dir / "out.wav").string(), "--bits", "12"}).status, 2);
+  EXPECT_EQ(runVantor({"convert", junk}).status, 2);
+  const auto help = runVantor({"convert", "--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_NE(help.out.find("--format"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vantor
