@@ -2,6 +2,7 @@
 #include "midi/quantize/MGridQuantize.h"
 #include "midi/quantize/MMidiQuantize.h"
 #include "midi/quantize/MNoteQuantizeCommand.h"
+#include "midi/quantize/MQuantizeKeyCommand.h"
 #include "midi/quantize/MQuantizePattern.h"
 
 namespace vantor {
@@ -12,6 +13,8 @@ void registerQuantizeClasses() {
   MQuantizePattern::classDescriptor();
   MNoteQuantizeCommand::classDescriptor();
   MNoteFreezeCommand::classDescriptor();
+  MQuantizeKeyCommand::classDescriptor();
+  registerQuantizeKeyCommands();
 }
 
 }  // namespace vantor
