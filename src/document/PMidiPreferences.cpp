@@ -11,6 +11,7 @@ void declareMidiPreferences() {
   PPreferences::declare({kRandomQuantizeKey, K::kInteger, "0", 0, 480});
   PPreferences::declare({kIterativeStrengthKey, K::kInteger, "60", 0, 100});
   PPreferences::declare({kAutoQuantizeKey, K::kBoolean, "off", 0, 0});
+  PPreferences::declare({kQuantizeKey, K::kText, MQuantizePresetValue::kDefaultName, 0, 0});
 }
 
 MQuantizeSettings quantizeSettings(const PPreferences& preferences) {
@@ -25,6 +26,12 @@ MQuantizeSettings quantizeSettings(const PPreferences& preferences) {
 
 double defaultQuantizeSwing(const PPreferences& preferences) {
   return static_cast<double>(preferences.getInt(kQuantizeSwingKey)) / 100.0;
+}
+
+MQuantizePresetValue initialQuantize(const PPreferences& preferences) {
+  MQuantizePresetValue current(preferences.getString(kQuantizeKey));
+  current.setAutoQuantize(preferences.getBool(kAutoQuantizeKey));
+  return current;
 }
 
 }  // namespace vantor

@@ -12,8 +12,12 @@
 //                       (0 to 100, default 60)
 //   Auto Quantize       on/off: quantize MIDI parts as they are imported
 //                       (default off)
+//   Quantize            the name of the preset a session starts with as its
+//                       current quantize (default "1/16 Note"; an unknown
+//                       name gives the default)
 
 #include "midi/quantize/MQuantizeFunctions.h"
+#include "midi/quantize/MQuantizePresetValue.h"
 
 namespace vantor {
 
@@ -24,6 +28,7 @@ inline constexpr const char* kQuantizeSwingKey = "quantizeSwing";
 inline constexpr const char* kRandomQuantizeKey = "Random Quantize";
 inline constexpr const char* kIterativeStrengthKey = "Iterative Strength";
 inline constexpr const char* kAutoQuantizeKey = "Auto Quantize";
+inline constexpr const char* kQuantizeKey = "Quantize";
 
 // Declares the settings above (the document layer's initialiser runs it).
 void declareMidiPreferences();
@@ -32,5 +37,8 @@ void declareMidiPreferences();
 MQuantizeSettings quantizeSettings(const PPreferences& preferences);
 // "quantizeSwing" as a fraction.
 double defaultQuantizeSwing(const PPreferences& preferences);
+// The current quantize a session starts with: the preset "Quantize" and the
+// "Auto Quantize" switch.
+MQuantizePresetValue initialQuantize(const PPreferences& preferences);
 
 }  // namespace vantor
