@@ -10,10 +10,11 @@
 #include <ostream>
 #include <vector>
 
+#include "cli/ShellQuantize.h"
 #include "cli/ShellSession.h"
 #include "document/PDocument.h"
 #include "document/PMidiPreferences.h"
-#include "midi/quantize/MGridQuantize.h"
+#include "midi/quantize/MQuantizePresetValue.h"
 #include "midi/smf/MSmfImportCommand.h"
 #include "model/tree/MProject.h"
 
@@ -81,10 +82,11 @@ bool runMidiImport(ShellSession& session, const std::string& path, double positi
   summary->tempos = import.tempos.size();
   summary->signatures = import.signatures.size();
   const PPreferences& preferences = session.context().preferences;
-  // Auto Quantize takes the default grid (1/16) with the swing setting.
-  const MGridQuantize setting(MGridQuantize().getGrid(), MGridQuantize::kStraight, defaultQuantizeSwing(preferences));
+  // "Auto Quantize" is the session's switch, with its current quantize.
+  MQuantizeSettings settings = quantizeSettings(preferences);
+  settings.autoQuantize = session.currentQuantize().autoQuantize();
   progress(session, show, "Adding the tracks...");
-  FRef<MCommand> command = makeImportMidiCommand(project, import, position, setting, quantizeSettings(preferences));
+  FRef<MCommand> command = makeImportMidiCommand(project, import, position, currentGrid(session), settings);
   return session.perform(command);
 }
 

@@ -10,6 +10,7 @@
 #include "document/PMidiPreferences.h"
 #include "midi/events/MMidiPart.h"
 #include "midi/quantize/MBarSource.h"
+#include "midi/quantize/MQuantizePresetValue.h"
 #include "model/time/MSignatureTrack.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -67,6 +68,7 @@ bool readValued(const ShellArgs& args, size_t* i, QuantizeRequest* r, bool* chos
     return false;
   }
   const std::string& value = args[++*i];
+  if (option == "--grid" || option == "--type" || option == "--tuplet" || option == "--swing") r->gridGiven = true;
   const auto bad = [&](const char* what) {
     *error = "bad " + option + " value \"" + value + "\" (" + what + ")";
     return false;
@@ -141,6 +143,12 @@ bool parseQuantizeOptions(const ShellArgs& args, QuantizeRequest* request, std::
   return true;
 }
 
+MGridQuantize currentGrid(ShellSession& session) {
+  MGridQuantize setting = *session.currentQuantize().setting();
+  if (setting.getSwing() <= 0.0) setting.setSwing(defaultQuantizeSwing(session.context().preferences));
+  return setting;
+}
+
 bool runQuantize(ShellSession& session, const QuantizeRequest& request, size_t* changed) {
   *changed = 0;
   MProject& project = session.project();
@@ -158,8 +166,10 @@ bool runQuantize(ShellSession& session, const QuantizeRequest& request, size_t* 
   settings.seed = request.seed;
   if (request.random) settings.randomAmount = *request.random;
   if (request.strength) settings.iterativeStrength = *request.strength;
-  const MGridQuantize setting(request.grid, request.type, request.swing.value_or(defaultQuantizeSwing(preferences)),
-                              request.magnetic, request.tuplet);
+  MGridQuantize setting(request.grid, request.type, request.swing.value_or(defaultQuantizeSwing(preferences)), 0.0,
+                        request.tuplet);
+  if (!request.gridGiven) setting = currentGrid(session);
+  setting.setMaxDiff(request.magnetic);
   const MSignatureBarSource bars(*project.getSignatureNode());
   FRef<MCommand> command = makeQuantizeCommand(request.function, parts, setting, bars, settings, changed);
   if (!command) return true;

@@ -14,6 +14,10 @@
 //   --seed N             seed of the random offsets (default 1)
 //   --iterative PERCENT  "Iterative Quantize" at this strength
 //   --lengths | --ends | --undo | --freeze   the other functions
+//
+// Without --grid, --type, --tuplet and --swing the grid is the session's
+// current quantize (`quantize set`, the "Quantize" preference); with any
+// of them, the values not given are the defaults shown.
 
 #include <cstddef>
 #include <optional>
@@ -36,12 +40,17 @@ struct QuantizeRequest {
   std::optional<int32_t> random;
   uint32_t seed = 1;
   std::optional<float> strength;  // fraction
+  bool gridGiven = false;         // one of --grid, --type, --tuplet, --swing
 };
 
 // Reads the options above from args into *request (which may come preset
 // with a function). False with *error in words for the user on an unknown
 // option, a missing or malformed value, or two functions.
 bool parseQuantizeOptions(const ShellArgs& args, QuantizeRequest* request, std::string* error);
+
+// The grid of the session's current quantize; a preset without swing of
+// its own takes the "quantizeSwing" setting.
+MGridQuantize currentGrid(ShellSession& session);
 
 // Applies the request to the project of session as one undoable action
 // (nothing is recorded when no note changes). *changed receives the number

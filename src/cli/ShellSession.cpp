@@ -6,6 +6,7 @@
 #include "document/FAutoSaver.h"
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
+#include "document/PMidiPreferences.h"
 #include "model/markers/MTransport.h"
 #include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
@@ -70,6 +71,7 @@ void ShellSession::addVerbs() {
   addTrackVerbs(verbs_);
   addEventVerbs(verbs_);
   addQuantizeVerbs(verbs_);
+  addCurrentQuantizeVerbs(verbs_);
   addMidiExportVerbs(verbs_);
   addTimeVerbs(verbs_);
   addMarkerVerbs(verbs_);
@@ -77,6 +79,11 @@ void ShellSession::addVerbs() {
 }
 
 MProject& ShellSession::project() { return *document_.project(); }
+
+MQuantizePresetValue& ShellSession::currentQuantize() {
+  if (!quantize_) quantize_ = std::make_unique<MQuantizePresetValue>(initialQuantize(context_.preferences));
+  return *quantize_;
+}
 
 MTransport& ShellSession::transport() { return *document_.arrangement()->getTransport(); }
 

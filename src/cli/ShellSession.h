@@ -35,6 +35,7 @@ class MProject;
 class MTrackEvent;
 class MPartEvent;
 class MPosition;
+class MQuantizePresetValue;
 class MTransport;
 class PDocument;
 }  // namespace vantor
@@ -106,6 +107,9 @@ class ShellSession {
   std::optional<bool> onOff(const ShellArgs& args, size_t index, bool byDefault);
   std::optional<long> integer(const std::string& text, long min, long max, const char* what);
   const MPosition& positions();
+  // The session's current quantize, from the "Quantize" and "Auto
+  // Quantize" preferences at first use; never written back to them.
+  MQuantizePresetValue& currentQuantize();
 
  private:
   void addVerbs();
@@ -117,6 +121,7 @@ class ShellSession {
   GUndoManager history_;
   std::vector<ShellVerb> verbs_;
   std::unique_ptr<MPosition> positions_;
+  std::unique_ptr<MQuantizePresetValue> quantize_;
   bool quit_ = false;
   bool changed_ = false;
   bool savesItself_ = false;
@@ -141,6 +146,7 @@ void addTimeVerbs(std::vector<ShellVerb>& verbs);
 void addMarkerVerbs(std::vector<ShellVerb>& verbs);
 void addSessionVerbs(std::vector<ShellVerb>& verbs);
 void addQuantizeVerbs(std::vector<ShellVerb>& verbs);
+void addCurrentQuantizeVerbs(std::vector<ShellVerb>& verbs);
 void addMidiExportVerbs(std::vector<ShellVerb>& verbs);
 void addMidiImportVerbs(std::vector<ShellVerb>& verbs);
 

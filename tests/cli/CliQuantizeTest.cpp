@@ -82,5 +82,37 @@ TEST(CliQuantize, QuantizesTheFileAndUndoesAndFreezes) {
   EXPECT_EQ(none.out, "Undo Quantize: 0 notes changed\n");
 }
 
+TEST(CliQuantize, TheShellKeepsACurrentQuantize) {
+  TempFolder dir;
+  const std::string file = (dir / "song.vpr").string();
+  ASSERT_EQ(runVantor({"new", file}).status, 0);
+  ASSERT_EQ(runVantor({"edit", file, "-e", "track add midi Keys", "-e", "part add 1 0 1920 A", "-e",
+                       "note add 1:1 100 60 50", "-e", "note add 1:1 300 62 50"})
+                .status,
+            0);
+  // 1/8 triplets lie 160 pulses apart (1/16 would give 120 and 240).
+  const auto session = runVantor({"shell", file},
+                                 "quantize current\nquantize set \"1/8 Triplet\"\nquantize\nnotes 1:1\n"
+                                 "quantize toggle\nquantize next\nquantize prev\nquantize toggle\n"
+                                 "quantize auto on\nquantize current\nquantize set 1/7 Note\n");
+  EXPECT_NE(session.out.find("Quantize: 1/16 Note\nAuto Quantize: off\nQuantize: 1/8 Triplet\n"
+                             "Quantize: 2 notes changed\n1  start 160  length 50  pitch 60  velocity 100  (initial "
+                             "start 100, length 50)\n2  start 320  length 50  pitch 62  velocity 100  (initial start "
+                             "300, length 50)\nQuantize: 1/16 Note\nQuantize: 1/32 Note\nQuantize: 1/16 Note\n"
+                             "Quantize: 1/32 Note\nAuto Quantize: on\nQuantize: 1/32 Note\nAuto Quantize: on\n"),
+            std::string::npos)
+      << session.out;
+  EXPECT_NE(session.err.find("there is no quantize preset \"1/7 Note\""), std::string::npos) << session.err;
+
+  // A session starts from the "Quantize" setting (the session above saved
+  // nothing); grid options still win.
+  const auto dotted = runVantor({"--pref", "Quantize=1/4 Dotted", "shell", file},
+                                "quantize current\nquantize --grid 1/8\nnotes 1:1\nquantize\nnotes 1:1\n");
+  EXPECT_NE(dotted.out.find("Quantize: 1/4 Dotted\n"), std::string::npos) << dotted.out;
+  EXPECT_NE(dotted.out.find("1  start 0  length 50"), std::string::npos) << dotted.out;
+  EXPECT_NE(dotted.out.find("2  start 240  length 50"), std::string::npos) << dotted.out;
+  EXPECT_NE(dotted.out.find("2  start 0  length 50"), std::string::npos) << dotted.out;
+}
+
 }  // namespace
 }  // namespace vantor
