@@ -1,6 +1,7 @@
 #pragma once
 // Start-up of the MIDI layer: registers the MIDI event, part, quantize and
-// MIDI-file classes through FInitializer, after the model's.
+// MIDI-file classes through FInitializer, after the model's, and the
+// "MIDI Quantize" key commands.
 
 namespace vantor {
 

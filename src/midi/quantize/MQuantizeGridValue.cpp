@@ -58,7 +58,7 @@ MQuantizeGridValue::MQuantizeGridValue(const MGridQuantize& setting) {
   const std::vector<Choice>& list = choices();
   size_t fallback = 0;
   for (size_t i = 0; i < list.size(); ++i) {
-    if (list[i].grid == 4 && list[i].type == MGridQuantize::kStraight) fallback = i;
+    if (list[i].grid == MGridQuantize().getGrid() && list[i].type == MGridQuantize::kStraight) fallback = i;
     if (list[i].grid == setting.getGrid() && list[i].type == setting.getType()) {
       index_ = i;
       return;

@@ -1,5 +1,7 @@
 #include "midi/quantize/MQuantizePresetValue.h"
 
+#include <utility>
+
 #include "midi/quantize/MQuantizeFunctions.h"
 
 namespace vantor {
