@@ -32,6 +32,21 @@ void frameLevels(const float* samples, int64_t frames, int channels, float* leve
   }
 }
 
+// The offset of the first of frames levels that matches, or frames when none
+// does. Groups of 16 are tested without a branch per level.
+template <typename Match>
+int64_t firstFrame(const float* levels, int64_t frames, Match match) {
+  constexpr int64_t kGroup = 16;
+  int64_t i = 0;
+  for (; i + kGroup <= frames; i += kGroup) {
+    int matches = 0;
+    for (int64_t k = 0; k < kGroup; ++k) matches += match(levels[i + k]) ? 1 : 0;
+    if (matches != 0) break;
+  }
+  while (i < frames && !match(levels[i])) ++i;
+  return i;
+}
+
 }  // namespace
 
 PSilenceDetector::PSilenceDetector(const Parameters& parameters, int channels)
@@ -43,18 +58,39 @@ PSilenceDetector::PSilenceDetector(const Parameters& parameters, int channels)
 void PSilenceDetector::process(const float* samples, int64_t frames) {
   if (frames <= 0) return;
   computeLevels(samples, frames);
-  if (parameters_.mode == Mode::kRaw) {
-    for (int64_t i = 0; i < frames; ++i) step(levels_[static_cast<size_t>(i)]);
-    return;
+  float* levels = levels_.data();
+  if (parameters_.mode == Mode::kSmoothed) {
+    // The smoothing runs through every frame in order; it cannot be vectorised.
+    const float c = parameters_.smoothing;
+    float s = smoothed_;
+    for (int64_t i = 0; i < frames; ++i) levels[i] = s = c * s + (1.0f - c) * levels[i];
+    smoothed_ = s;
   }
-  // The smoothing runs through every frame in order; it cannot be vectorised.
-  const float c = parameters_.smoothing;
-  float s = smoothed_;
-  for (int64_t i = 0; i < frames; ++i) {
-    s = c * s + (1.0f - c) * levels_[static_cast<size_t>(i)];
-    step(s);
+  stepThrough(levels, frames);
+}
+
+// The state machine over a block of levels. Most frames change nothing but
+// a counter: while closed, every frame at or below the open threshold; while
+// open, every frame above the close threshold (it cannot close). Those
+// runs are skipped in a scan and counted at once; the frames that may change
+// the state go through step().
+void PSilenceDetector::stepThrough(const float* levels, int64_t frames) {
+  const float openThreshold = parameters_.openThreshold;
+  const float closeThreshold = parameters_.closeThreshold;
+  int64_t i = 0;
+  while (i < frames) {
+    int64_t run = 0;
+    if (!open_) {
+      run = firstFrame(levels + i, frames - i, [openThreshold](float level) { return level > openThreshold; });
+      framesSinceClose_ += run;
+    } else {
+      run = firstFrame(levels + i, frames - i, [closeThreshold](float level) { return level <= closeThreshold; });
+      openFrames_ += run;
+    }
+    position_ += run;
+    i += run;
+    if (i < frames) step(levels[i++]);
   }
-  smoothed_ = s;
 }
 
 void PSilenceDetector::computeLevels(const float* samples, int64_t frames) {

@@ -60,6 +60,7 @@ class PSilenceDetector {
 
  private:
   void computeLevels(const float* samples, int64_t frames);
+  void stepThrough(const float* levels, int64_t frames);
   void step(float level);
 
   Parameters parameters_;
