@@ -118,6 +118,19 @@ int runDetectSilence(CliContext& context, const Options& options) {
   return kExitOk;
 }
 
+// A number from low to high. CLI::Range lets NaN through, which would make
+// a threshold that nothing passes.
+CLI::Validator within(double low, double high) {
+  const std::string range = fmt::format("[{} - {}]", low, high);
+  return CLI::Validator(
+      [low, high, range](std::string& text) -> std::string {
+        double value = 0.0;
+        if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high) return {};
+        return "Value " + text + " not in range " + range;
+      },
+      range);
+}
+
 }  // namespace
 
 void addDetectSilenceCommand(CLI::App& app, CliContext& context, int* exitCode) {
@@ -125,9 +138,9 @@ void addDetectSilenceCommand(CLI::App& app, CliContext& context, int* exitCode) 
   auto options = std::make_shared<Options>();
   command->add_option("IN", options->input, "Audio file to read (WAVE, AIFF, AIFC)")->required();
   // dBFS: a full-scale sample is 0 dB, amplitude = 10^(dB/20).
-  const auto decibels = CLI::Range(-240.0, 24.0);
+  const CLI::Validator decibels = within(-240.0, 24.0);
   // Up to a day, so that a length in frames stays far inside 64 bits.
-  const auto milliseconds = CLI::Range(0.0, 86400000.0);
+  const CLI::Validator milliseconds = within(0.0, 86400000.0);
   command->add_option("--open", options->openDb, "Open threshold in dBFS (default -40)")->check(decibels);
   command->add_option("--close", options->closeDb, "Close threshold in dBFS (default -50)")->check(decibels);
   command->add_option("--min-open", options->minOpenMs, "Minimum region length in ms (default 10)")

@@ -89,6 +89,7 @@ TEST(CliDetectSilence, ReportsNoRegionAndRefusesBadInput) {
   EXPECT_NE(invalid.err.find("Error: Invalid or unsupported file!"), std::string::npos) << invalid.err;
   EXPECT_EQ(runVantor({"detect-silence", path, "--mode", "loud"}).status, 2);
   EXPECT_EQ(runVantor({"detect-silence", path, "--min-open", "-1"}).status, 2);
+  EXPECT_EQ(runVantor({"detect-silence", path, "--open", "nan"}).status, 2);
   const auto help = runVantor({"detect-silence", "--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("--pre-roll"), std::string::npos);

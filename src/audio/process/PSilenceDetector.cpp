@@ -140,11 +140,18 @@ void PSilenceDetector::finish() {
 
 float PSilenceDetector::smoothingForTimeConstant(double timeConstantMs, double sampleRate) {
   const double frames = timeConstantMs * sampleRate / 1000.0;
-  return frames > 0.0 ? static_cast<float>(std::exp(-1.0 / frames)) : 0.0f;
+  if (!(frames > 0.0)) return 0.0f;
+  // At rates far beyond any real one c would round to 1, a level that never moves.
+  return std::min(static_cast<float>(std::exp(-1.0 / frames)), std::nextafter(1.0f, 0.0f));
 }
 
 int64_t millisecondsToFrames(double milliseconds, double sampleRate) {
-  return static_cast<int64_t>(milliseconds * sampleRate / 1000.0);
+  // A header may claim any rate; beyond 2^62 frames is beyond any file, and
+  // a region widened by that much still fits in 64 bits.
+  constexpr double kMostFrames = 4611686018427387904.0;  // 2^62
+  const double frames = milliseconds * sampleRate / 1000.0;
+  if (!(frames > 0.0)) return 0;
+  return frames < kMostFrames ? static_cast<int64_t>(frames) : static_cast<int64_t>(kMostFrames);
 }
 
 std::vector<SilenceRegion> widenRegions(const std::vector<SilenceRegion>& regions, int64_t preRoll, int64_t postRoll,

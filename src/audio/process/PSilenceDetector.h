@@ -55,7 +55,8 @@ class PSilenceDetector {
   const std::vector<SilenceRegion>& regions() const { return regions_; }
 
   // c = e^(−1 / (timeConstantMs × sampleRate / 1000)): the smoothed level
-  // reaches 1 − 1/e of a step in timeConstantMs. 0 for a constant of 0.
+  // reaches 1 − 1/e of a step in timeConstantMs. 0 for a constant of 0;
+  // always below 1.
   static float smoothingForTimeConstant(double timeConstantMs, double sampleRate);
 
  private:
@@ -76,7 +77,8 @@ class PSilenceDetector {
   std::vector<SilenceRegion> regions_;
 };
 
-// Milliseconds as frames at sampleRate: ms × rate / 1000, truncated.
+// Milliseconds (≥ 0) as frames at sampleRate: ms × rate / 1000, truncated,
+// and at most 2^62.
 int64_t millisecondsToFrames(double milliseconds, double sampleRate);
 
 // Widens each region by preRoll frames before and postRoll frames after,
