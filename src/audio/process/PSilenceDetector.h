@@ -51,7 +51,8 @@ class PSilenceDetector {
   void finish();
 
   int64_t framesProcessed() const { return position_; }
-  // The regions closed so far, in order; all of them after finish().
+  // The regions in order, complete after finish(). Before it, the last one
+  // may still be open (its end not yet known).
   const std::vector<SilenceRegion>& regions() const { return regions_; }
 
   // c = e^(−1 / (timeConstantMs × sampleRate / 1000)): the smoothed level
