@@ -8,6 +8,7 @@
 #include "cli/ClassesCommand.h"
 #include "cli/CliContext.h"
 #include "cli/ConvertCommand.h"
+#include "cli/DetectSilenceCommand.h"
 #include "cli/DumpCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
@@ -100,6 +101,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiExportCommand(app, context, &exitCode);
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
+  addDetectSilenceCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
