@@ -11,10 +11,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 build=${1:-build/ci}
 vantor=$build/vantor
-if [[ ! -x "$vantor" ]]; then
-  echo "detect_silence: $vantor is not built (cmake --build $build --target vantor)" >&2
-  exit 1
-fi
+source bench/timing.sh
+require_built "$vantor" vantor
 for tool in sox ffmpeg; do
   if ! command -v "$tool" >/dev/null; then
     echo "detect_silence: $tool is not installed" >&2
@@ -29,20 +27,9 @@ sox -n -r 48000 -c 2 -b 24 "$work/period.wav" synth 20 sine 440 vol 0.5 pad 0 10
 sox "$work/period.wav" "$file" repeat 119
 echo "file: $(soxi -d "$file"), $(stat -c %s "$file") bytes"
 
-# Best wall-clock seconds of three runs of the command.
-best_of_three() {
-  local best= seconds
-  for _ in 1 2 3; do
-    /usr/bin/time -f "%e" -o "$work/time" "$@" >"$work/output" 2>&1
-    seconds=$(<"$work/time")
-    if [[ -z "$best" ]] || awk "BEGIN { exit !($seconds < $best) }"; then best=$seconds; fi
-  done
-  echo "$best"
-}
-
-ours=$(best_of_three "$vantor" detect-silence "$file" --open -50 --close -50 --min-open 0 --min-closed 500)
+read -r ours _ < <(best_of_three "$vantor" detect-silence "$file" --open -50 --close -50 --min-open 0 --min-closed 500)
 echo "vantor: $(tail -n 1 "$work/output")"
-theirs=$(best_of_three ffmpeg -nostdin -hide_banner -i "$file" -af silencedetect=n=-50dB:d=0.5 -f null -)
-echo "ffmpeg: $(grep -c silence_end "$work/output") silences"
+read -r theirs _ < <(best_of_three ffmpeg -nostdin -hide_banner -i "$file" -af silencedetect=n=-50dB:d=0.5 -f null -)
+echo "ffmpeg: $(grep -c silence_end "$work/errors") silences"
 printf '%-28s %8s s\n' "vantor detect-silence" "$ours" "ffmpeg silencedetect" "$theirs"
 awk "BEGIN { printf \"ffmpeg / vantor: %.1f\\n\", $theirs / ($ours > 0 ? $ours : 0.01) }"

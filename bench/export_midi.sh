@@ -13,36 +13,18 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${1:-build/ci}
 vantor=$build/vantor
 maker=$build/bench/bench_smf_export
-for program in "$vantor" "$maker"; do
-  if [[ ! -x "$program" ]]; then
-    echo "export_midi: $program is not built (cmake --build $build --target vantor bench_smf_export)" >&2
-    exit 1
-  fi
-done
+source bench/timing.sh
+require_built "$vantor" vantor
+require_built "$maker" bench_smf_export
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vantor-export-midi.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 "$maker" --build "$work/bench.vpr"
 echo "project: $(stat -c %s "$work/bench.vpr") bytes"
 
-# Runs a command three times; prints "best-seconds peak-MB" (the peak of
-# the best run).
-best_of_three() {
-  local best="" peak=""
-  for _ in 1 2 3; do
-    /usr/bin/time -f '%e %M' -o "$work/time" "$@" >"$work/stdout"
-    read -r seconds kilobytes <"$work/time"
-    if [[ -z $best ]] || awk -v a="$seconds" -v b="$best" 'BEGIN { exit !(a < b) }'; then
-      best=$seconds
-      peak=$((kilobytes / 1024))
-    fi
-  done
-  echo "$best $peak"
-}
-
 results=()
 read -r s mb < <(best_of_three "$vantor" export-midi "$work/bench.vpr" "$work/ours.mid" --json)
-events=$(sed -n 's/.*"events": \([0-9]*\).*/\1/p' "$work/stdout")
+events=$(sed -n 's/.*"events": \([0-9]*\).*/\1/p' "$work/output")
 results+=("vantor export-midi (open + export)|$s|$mb|$events events, $(stat -c %s "$work/ours.mid") bytes")
 ours_s=$s
 read -r s mb < <(best_of_three "$vantor" export-midi "$work/bench.vpr" "$work/ours0.mid" --type 0)
@@ -72,7 +54,7 @@ print('%.3f' % (time.perf_counter() - start))
 PY
   /usr/bin/python3 "$work/prepare.py" "$work/ours.mid" "$work/messages.pickle"
   read -r s mb < <(best_of_three /usr/bin/python3 "$work/write.py" "$work/messages.pickle" "$work/mido.mid")
-  results+=("python3-mido (load messages + save)|$s|$mb|save alone $(cat "$work/stdout") s, $(stat -c %s "$work/mido.mid") bytes")
+  results+=("python3-mido (load messages + save)|$s|$mb|save alone $(cat "$work/output") s, $(stat -c %s "$work/mido.mid") bytes")
 else
   echo "export_midi: python3-mido not found, skipped" >&2
 fi

@@ -12,12 +12,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${1:-build/ci}
 vantor=$build/vantor
 bench=$build/bench/bench_smf
-for tool in "$vantor" "$bench"; do
-  if [[ ! -x "$tool" ]]; then
-    echo "import_midi: $tool is not built (cmake --build $build --target vantor bench_smf)" >&2
-    exit 1
-  fi
-done
+source bench/timing.sh
+require_built "$vantor" vantor
+require_built "$bench" bench_smf
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vantor-import-midi.XXXXXX")
 trap 'rm -rf "$work"' EXIT
@@ -25,18 +22,11 @@ file=$work/bench.mid
 "$bench" --generate "$file"
 echo "file: $(stat -c %s "$file") bytes"
 
-best=
-peak=0
-for _ in 1 2 3; do
-  rm -f "$work/song.vpr"
-  "$vantor" new "$work/song.vpr" >/dev/null
-  /usr/bin/time -f "%e %M" -o "$work/time" "$vantor" import-midi "$work/song.vpr" "$file" >/dev/null
-  read -r seconds kilobytes <"$work/time"
-  if [[ -z "$best" ]] || awk "BEGIN { exit !($seconds < $best) }"; then best=$seconds; fi
-  if ((kilobytes > peak)); then peak=$kilobytes; fi
-done
+# Each run imports into a new project, so that every run does the same.
+read -r best peak < <(best_of_three bash -c '"$0" new --force "$1" >/dev/null && exec "$0" import-midi "$1" "$2"' \
+  "$vantor" "$work/song.vpr" "$file")
 echo "project: $(stat -c %s "$work/song.vpr") bytes"
-printf '%-32s %8s s  peak %d MB\n' "vantor import-midi (with save)" "$best" $((peak / 1024))
+printf '%-32s %8s s  peak %d MB\n' "vantor import-midi (with save)" "$best" "$peak"
 
 if /usr/bin/python3 -c 'import mido' 2>/dev/null; then
   mido=$(/usr/bin/python3 - "$file" <<'PY'
