@@ -10,7 +10,7 @@ packages=(
   clang libclang-rt-14-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
   python3 python3-mido
-  libsndfile1-dev
+  libsndfile1-dev pkg-config
 )
 
 missing=()
