@@ -41,12 +41,6 @@ std::string pulsesText(double pulses) {
   return buffer;
 }
 
-std::string eventName(const MEvent& event) {
-  if (auto* part = dynamic_cast<const MPartEvent*>(&event)) return part->getName();
-  if (auto* marker = dynamic_cast<const MMarkerEvent*>(&event)) return marker->getName();
-  return event.getNode() != nullptr ? event.getNode()->getName() : "";
-}
-
 // What a MIDI event or a kept file meta event holds: its kind, then the
 // channel (1-16) and data bytes, a sysex's or meta event's byte count.
 std::string midiContent(const MEvent& event) {

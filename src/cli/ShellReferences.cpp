@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "cli/ShellSession.h"
+#include "model/markers/MMarkerEvent.h"
 #include "model/tree/MEventContainer.h"
 #include "model/tree/MName.h"
 #include "model/tree/MPartEvent.h"
@@ -67,6 +68,12 @@ std::string trackKindName(const MTrackEvent& track) {
   return track.getClassName();
 }
 
+std::string eventName(const MEvent& event) {
+  if (auto* part = dynamic_cast<const MPartEvent*>(&event)) return part->getName();
+  if (auto* marker = dynamic_cast<const MMarkerEvent*>(&event)) return marker->getName();
+  return event.getNode() != nullptr ? event.getNode()->getName() : "";
+}
+
 std::vector<std::string> splitReference(const std::string& text) {
   std::vector<std::string> parts;
   size_t start = 0;
@@ -110,23 +117,42 @@ MEvent* ShellSession::event(const std::string& text, double* origin) {
   if (owner == nullptr) return nullptr;
   MEvent* current = owner;
   for (size_t level = 1; level < parts.size(); ++level) {
-    const std::vector<MEvent*> inside = eventsOf(current->getNode());
-    size_t number = 0;
-    if (!parseIndex(parts[level], &number)) {
-      fail("\"" + parts[level] + "\" in \"" + text + "\" is not a number from 1");
-      return nullptr;
-    }
-    if (number > inside.size()) {
-      fail("there is no event " + text + " (" + std::to_string(inside.size()) + " there)");
-      return nullptr;
-    }
+    MEvent* next = inside(current, parts[level], text);
+    if (next == nullptr) return nullptr;
     // Events inside a part count from its content origin.
     if (origin != nullptr && level == 2) {
       if (const auto* part = dynamic_cast<const MPartEvent*>(current)) *origin += part->getContentOrigin();
     }
-    current = inside[number - 1];
+    current = next;
   }
   return current;
+}
+
+// The part or event of holder named by word: its number from 1, or its name
+// when word is not made of digits (a name that two share is refused).
+MEvent* ShellSession::inside(const MEvent* holder, const std::string& word, const std::string& text) {
+  const std::vector<MEvent*> events = eventsOf(holder->getNode());
+  size_t number = 0;
+  if (parseIndex(word, &number)) {
+    if (number <= events.size()) return events[number - 1];
+    fail("there is no event " + text + " (" + std::to_string(events.size()) + " there)");
+    return nullptr;
+  }
+  if (word.empty() || word.find_first_not_of("0123456789") == std::string::npos) {
+    fail("\"" + word + "\" in \"" + text + "\" is not a number from 1");
+    return nullptr;
+  }
+  MEvent* found = nullptr;
+  for (MEvent* event : events) {
+    if (eventName(*event) != word) continue;
+    if (found != nullptr) {
+      fail("more than one event is named \"" + word + "\" in \"" + text + "\"; use its number");
+      return nullptr;
+    }
+    found = event;
+  }
+  if (found == nullptr) fail("there is no event named \"" + word + "\" in \"" + text + "\"");
+  return found;
 }
 
 namespace {

@@ -32,6 +32,9 @@ std::string trackKindName(const MTrackEvent& track);
 // send a terminal command. quotedText() also escapes '"' and adds the quotes.
 std::string printable(std::string_view text);
 std::string quotedText(std::string_view text);
+// The name of a part, marker or event as listings show it: a part's or
+// marker's own name, else its node's ("" without one).
+std::string eventName(const MEvent& event);
 // Splits "a:b:c" at the colons.
 std::vector<std::string> splitReference(const std::string& text);
 

@@ -100,7 +100,8 @@ class ShellSession {
   std::optional<double> position(const std::string& text);
   std::optional<double> length(const std::string& text);
   MTrackEvent* track(const std::string& text);
-  // An event reference. origin, when given, receives where the positions of
+  // An event reference: TRACK:PART or TRACK:PART:EVENT, each by its number
+  // from 1 or by its name ("Piano:Verse"). origin, when given, receives where the positions of
   // the event count from on the project's time line: 0 for a part, the
   // part's content origin for an event inside a part.
   MEvent* event(const std::string& text, double* origin = nullptr);
@@ -113,6 +114,7 @@ class ShellSession {
 
  private:
   void addVerbs();
+  MEvent* inside(const MEvent* holder, const std::string& word, const std::string& text);
   const ShellVerb* match(const ShellArgs& words, size_t* used) const;
 
   CliContext& context_;

@@ -112,7 +112,8 @@ TEST(CliShell, RefusalsNameTheirReasonAndSaveNothing) {
   const std::string file = newProject(dir);
   ASSERT_EQ(runVantor({"shell", file},
                       "track add midi Keys\ntrack add audio Voice\n"
-                      "part add 1 5.1.1.0 9.1.1.0 Verse\nevent add 1:1 5.1.1.0 5.2.1.0 Note\n"
+                      "part add 1 5.1.1.0 9.1.1.0 Verse\nevent add Keys:Verse 5.1.1.0 5.2.1.0 Note\n"
+                      "part add 1 9.1.1.0 10.1.1.0 Twin\npart add 1 10.1.1.0 11.1.1.0 Twin\n"
                       "marker add 2.1.1.0 Intro\nmarker locators\nlock 1:1\nsave\n")
                 .status,
             0);
@@ -124,6 +125,7 @@ TEST(CliShell, RefusalsNameTheirReasonAndSaveNothing) {
       {"event add 1:1:1 5.1.1.0 5.1.2.0", "lies inside a part and holds no events"},
       {"marker rename L Start", "the left locator marker is named by its locator and cannot be renamed"},
       {"marker id R 7", "a locator marker's ID names its locator"},
+      {"events Keys:Twin", "more than one event is named \"Twin\" in \"Keys:Twin\"; use its number"},
   };
   for (const auto& [line, reason] : refusals) {
     const auto r = runVantor({"edit", file, "-e", line});
