@@ -11,6 +11,8 @@ packages=(
   libcli11-dev nlohmann-json3-dev libfmt-dev
   python3 python3-mido
   libsndfile1-dev pkg-config
+  libsoxr-dev libfftw3-dev libpng-dev
+  sox libaudiofile-dev
 )
 
 missing=()
