@@ -2,6 +2,13 @@
 
 #include "audio/files/BroadcastAttributes.h"
 #include "audio/files/CodecAttributes.h"
+#include "audio/pool/AudioCluster.h"
+#include "audio/pool/GTree.h"
+#include "audio/pool/MAudioEvent.h"
+#include "audio/pool/MRegionMarker.h"
+#include "audio/pool/PAudioClip.h"
+#include "audio/pool/PAudioPool.h"
+#include "audio/pool/PClipMaterial.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
 
@@ -12,9 +19,23 @@ void registerAudioFileClasses() {
   CodecAttributes::classDescriptor();
 }
 
+void registerPoolClasses() {
+  AudioCluster::classDescriptor();
+  PClipMaterial::classDescriptor();
+  MRegionMarker::classDescriptor();
+  PAudioClip::classDescriptor();
+  MAudioEvent::classDescriptor();
+  GTreeEntry::classDescriptor();
+  GTree::classDescriptor();
+  PAudioPool::classDescriptor();
+}
+
 void initializeAudio() {
   initializeModel();
-  FInitializer::add("audio", FInitializer::kAudio, [] { registerAudioFileClasses(); });
+  FInitializer::add("audio", FInitializer::kAudio, [] {
+    registerAudioFileClasses();
+    registerPoolClasses();
+  });
   FInitializer::runAll();
 }
 
