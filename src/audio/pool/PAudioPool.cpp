@@ -63,6 +63,11 @@ int64_t PAudioPool::indexOf(const PAudioClip* clip) const {
   return -1;
 }
 
+void PAudioPool::setNextPoolID(uint32_t next) {
+  for (const auto& clip : clips_) next = std::max(next, clip->getPoolID() + 1);
+  nextId_ = std::max(next, 1u);
+}
+
 uint32_t PAudioPool::addClip(FRef<PAudioClip> clip, GTreeEntry* folder) {
   if (!clip || indexOf(clip.get()) >= 0) return 0;
   const uint32_t id = nextId_++;

@@ -68,6 +68,9 @@ class PAudioPool : public FShared {
   void setWorkingDirectory(std::string path) { workingDirectory_ = std::move(path); }
   // The ID the next clip gets.
   uint32_t nextPoolID() const { return nextId_; }
+  // For undo: the counter as it was before clips were added (never below
+  // one above the highest ID in the pool).
+  void setNextPoolID(uint32_t next);
 
   // Archive: "Working Directory" (string), the next pool ID (32-bit),
   // 32-bit clip count and the clips, the "Media Tree" (a GTree record) and
