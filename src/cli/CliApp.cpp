@@ -9,6 +9,7 @@
 #include "cli/CliContext.h"
 #include "cli/ConvertCommand.h"
 #include "cli/DetectSilenceCommand.h"
+#include "cli/PoolCommands.h"
 #include "cli/DumpCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
@@ -102,6 +103,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
+  addPoolCommands(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -15,12 +15,15 @@ PAudioPool::PAudioPool() : tree_(makeRef<GTree>()) { ensureTrash(); }
 PAudioPool* PAudioPool::poolOf(const MProject& project) { return dynamic_cast<PAudioPool*>(project.getPool()); }
 
 PAudioPool* PAudioPool::ensurePool(MProject& project) {
-  if (PAudioPool* pool = poolOf(project)) return pool;
-  auto pool = makeRef<PAudioPool>();
-  pool->setWorkingDirectory(project.getWorkingDirectory());
-  PAudioPool* raw = pool.get();
-  project.setPool(std::move(pool));
-  return raw;
+  PAudioPool* pool = poolOf(project);
+  if (pool == nullptr) {
+    auto made = makeRef<PAudioPool>();
+    pool = made.get();
+    project.setPool(std::move(made));
+  }
+  // The project's folder rules: it follows the file when the project moves.
+  if (!project.getWorkingDirectory().empty()) pool->setWorkingDirectory(project.getWorkingDirectory());
+  return pool;
 }
 
 void PAudioPool::ensureTrash() {

@@ -26,8 +26,9 @@ class PAudioPool : public FShared {
   // An empty pool: the media tree with its trash folder.
   PAudioPool();
 
-  // The pool of project, or nullptr when it has none; poolOf with create
-  // gives a project without one a new, empty pool.
+  // The pool of project, or nullptr when it has none. ensurePool gives a
+  // project without one a new, empty pool, and sets the pool's working
+  // directory to the project's (when that is known).
   static PAudioPool* poolOf(const MProject& project);
   static PAudioPool* ensurePool(MProject& project);
 
