@@ -3,9 +3,15 @@
 #include <algorithm>
 
 #include "audio/files/AIFFFileHandler.h"
+#include "audio/files/AudioFileMessages.h"
 #include "audio/files/WaveFileHandler.h"
 
 namespace vantor {
+
+std::string AudioFileHandler::refusal(const std::string& path) const {
+  (void)path;
+  return kInvalidAudioFileMessage;
+}
 
 const std::vector<const AudioFileHandler*>& AudioFileHandlers::all() {
   static const WaveFileHandler wave;
@@ -17,6 +23,14 @@ const std::vector<const AudioFileHandler*>& AudioFileHandlers::all() {
 const AudioFileHandler* AudioFileHandlers::recognize(FStream& stream) {
   for (const AudioFileHandler* handler : all()) {
     const bool known = stream.seek(0) && handler->recognize(stream);
+    if (known) return handler;
+  }
+  return nullptr;
+}
+
+const AudioFileHandler* AudioFileHandlers::recognizeFile(FStream& stream, const std::string& path) {
+  for (const AudioFileHandler* handler : all()) {
+    const bool known = stream.seek(0) && handler->recognizeFile(stream, path);
     if (known) return handler;
   }
   return nullptr;

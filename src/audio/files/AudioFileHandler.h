@@ -8,10 +8,12 @@
 // samples.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "audio/files/AudioFile.h"
+#include "audio/files/AudioSampleSource.h"
 #include "foundation/FStream.h"
 
 namespace vantor {
@@ -31,6 +33,17 @@ class AudioFileHandler {
   // Whether the bytes at the stream's start carry this handler's container
   // and form identifiers. Moves the stream's position.
   [[nodiscard]] virtual bool recognize(FStream& stream) const = 0;
+  // Whether the file at path, open in stream, is this handler's. Formats
+  // known by more than their first bytes (a companion file beside them, a
+  // name) look at path too; the others answer as recognize(). Moves the
+  // stream's position.
+  [[nodiscard]] virtual bool recognizeFile(FStream& stream, const std::string& path) const {
+    (void)path;
+    return recognize(stream);
+  }
+  // Why a file this handler recognised could not be read, in the system's
+  // words ("Error: Invalid or unsupported file!" unless it knows better).
+  virtual std::string refusal(const std::string& path) const;
   // Reads the header of the file in stream into file: its type name,
   // format, data start, length in frames (never more than the file holds)
   // and markers. False for a file this handler cannot read; file is then
@@ -47,6 +60,19 @@ class AudioFileHandler {
   [[nodiscard]] virtual bool finish(FStream& stream, AudioFile* file, int64_t frames) const = 0;
   // The display name of this file's kind ("Wave File", "AIFC File", ...).
   virtual std::string displayName(const AudioFile& file) const = 0;
+
+  // Whether writeHeader() and finish() make files of this kind; false for
+  // formats read through an outside decoder.
+  virtual bool canWrite() const { return true; }
+  // Whether the samples must be decoded through openSamples(); false for
+  // plain frames at file.dataStart, which the reader reads itself.
+  virtual bool decodesSamples() const { return false; }
+  // A source that decodes the samples of file (read by readHeader() from
+  // file.path), or nullptr when the decoder refuses it.
+  virtual std::unique_ptr<AudioSampleSource> openSamples(const AudioFile& file) const {
+    (void)file;
+    return nullptr;
+  }
 };
 
 class AudioFileHandlers {
@@ -55,7 +81,9 @@ class AudioFileHandlers {
   static const std::vector<const AudioFileHandler*>& all();
   // The first handler that recognises the stream, or nullptr.
   static const AudioFileHandler* recognize(FStream& stream);
-  // The handler registered under a type name ("WAVE", "AIFF", "AIFC").
+  // The first handler that recognises the file at path, open in stream.
+  static const AudioFileHandler* recognizeFile(FStream& stream, const std::string& path);
+  // The handler registered under a type name ("WAVE", "AIFF", "AIFC", "SDII", "FLAC", ...).
   static const AudioFileHandler* byTypeName(const std::string& typeName);
 };
 

@@ -81,7 +81,7 @@ bool AudioFileWriter::close() {
   if (handler_ == nullptr) return false;
   if (!handler_->finish(stream_, &file_, frames_)) {
     // finish refuses only sizes beyond the container's 32-bit fields.
-    return stream_.failed() ? failWrite(errno) : fail("The file is larger than its format can hold (4 GB).");
+    return stream_.failed() ? failWrite(errno) : fail(kFileTooLargeMessage);
   }
   if (!stream_.close(true)) return failWrite(errno);
   // mkstemp makes the file readable by its owner alone; a new audio file
