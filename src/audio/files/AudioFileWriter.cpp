@@ -41,7 +41,7 @@ bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
   file_.path = path;
   frames_ = 0;
   handler_ = AudioFileHandlers::byTypeName(file.typeName);
-  if (handler_ == nullptr || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
+  if (handler_ == nullptr || !handler_->canWrite() || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
   // Write protection is the file's own mode, whoever runs the program.
   struct stat info {};
   if (::stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
