@@ -17,7 +17,7 @@ namespace {
 struct Options {
   std::string input;
   std::string output;
-  std::string format;  // "wav", "aiff", "aifc", or empty: from OUT's extension
+  std::string format;  // "wav", "aiff", "aifc", "sd2", or empty: from OUT's extension
   std::string bits;    // "16", "24", "32f", or empty: the input's
   double rate = 0.0;   // Hz, 0: the input's
   bool noDither = false;
@@ -37,6 +37,7 @@ std::string typeNameFor(const Options& options) {
   }
   if (key == "aiff" || key == "aif") return "AIFF";
   if (key == "aifc") return "AIFC";
+  if (key == "sd2") return "SDII";
   return "WAVE";
 }
 
@@ -101,10 +102,11 @@ int runConvert(CliContext& context, const Options& options) {
 void addConvertCommand(CLI::App& app, CliContext& context, int* exitCode) {
   auto* convert = app.add_subcommand("convert", "Copy an audio file into another container, sample width or rate");
   auto options = std::make_shared<Options>();
-  convert->add_option("IN", options->input, "Audio file to read (WAVE, AIFF, AIFC)")->required();
+  convert->add_option("IN", options->input, "Audio file to read (WAVE, AIFF, AIFC, SDII, FLAC, Ogg, MP3, ...)")
+      ->required();
   convert->add_option("OUT", options->output, "Audio file to write; replaced when it exists")->required();
-  convert->add_option("--format", options->format, "Container: wav, aiff or aifc (default: from OUT's extension)")
-      ->check(CLI::IsMember({"wav", "aiff", "aifc"}));
+  convert->add_option("--format", options->format, "Container: wav, aiff, aifc or sd2 (default: from OUT's extension)")
+      ->check(CLI::IsMember({"wav", "aiff", "aifc", "sd2"}));
   convert->add_option("--bits", options->bits, "Sample width: 16, 24 or 32f (default: the input's)")
       ->check(CLI::IsMember({"16", "24", "32f"}));
   // CLI::Range lets NaN through; a rate is a plain positive number of Hz.

@@ -53,6 +53,7 @@ TEST(CliConvert, ChangesContainerAndWidthKeepingSamplesAndCues) {
       {{"out.aifc"}, "AIFC", 24, SampleType::kInteger},
       {{"out.bin", "--format", "aifc", "--bits", "32f"}, "AIFC", 32, SampleType::kFloat},
       {{"out.wav", "--bits", "32f"}, "WAVE", 32, SampleType::kFloat},
+      {{"out.sd2", "--bits", "16"}, "SDII", 16, SampleType::kInteger},
   };
   for (const Case& c : cases) {
     std::vector<std::string> args = {"convert", source, (dir / c.args[0]).string()};
@@ -65,7 +66,8 @@ TEST(CliConvert, ChangesContainerAndWidthKeepingSamplesAndCues) {
     EXPECT_EQ(converted.typeName, c.typeName);
     EXPECT_EQ(converted.format.bitsPerSample, c.bits);
     EXPECT_EQ(converted.format.sampleType, c.type);
-    EXPECT_EQ(converted.cues.front(), (CueEntry{100, 200}));
+    // SDII holds no markers.
+    if (converted.typeName != "SDII") EXPECT_EQ(converted.cues.front(), (CueEntry{100, 200}));
   }
 }
 

@@ -119,8 +119,13 @@ AudioFile AudioFileConverter::targetFor(const AudioFile& source, const AudioConv
                                                  : (own != nullptr && own->canWrite() ? source.typeName : "WAVE");
   target.format = source.format;
   applyWidth(conversion.width, &target.format);
-  // AIFC stores float only as 32 bits; 64-bit float narrows there.
-  if (target.typeName != "WAVE" && target.format.sampleType == SampleType::kFloat) target.format.bitsPerSample = 32;
+  // AIFC stores float only as 32 bits; 64-bit float narrows there. SDII
+  // holds integers only: float becomes 24 bits, as finely as it can.
+  if (target.typeName == "SDII" && target.format.sampleType == SampleType::kFloat) {
+    applyWidth(SampleWidth::kInteger24, &target.format);
+  } else if (target.typeName != "WAVE" && target.format.sampleType == SampleType::kFloat) {
+    target.format.bitsPerSample = 32;
+  }
   const double ratio = conversion.sampleRate > 0 ? conversion.sampleRate / source.format.sampleRate : 1.0;
   if (conversion.sampleRate > 0) target.format.sampleRate = static_cast<float>(conversion.sampleRate);
   for (const CueEntry& cue : source.cues) {

@@ -32,6 +32,7 @@ struct AudioConversion {
   // The container: "WAVE", "AIFF", "AIFC" or "SDII". Empty keeps the
   // source's when a handler can write it, else makes WAVE.
   std::string typeName;
+  // SDII stores integers only: a float result becomes 24-bit there.
   SampleWidth width = SampleWidth::kSource;
   // Hz; 0 keeps the source's rate.
   double sampleRate = 0.0;

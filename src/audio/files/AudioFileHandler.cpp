@@ -4,6 +4,7 @@
 
 #include "audio/files/AIFFFileHandler.h"
 #include "audio/files/AudioFileMessages.h"
+#include "audio/files/SDIIFileHandler.h"
 #include "audio/files/SndfileFileHandler.h"
 #include "audio/files/WaveFileHandler.h"
 
@@ -17,13 +18,15 @@ std::string AudioFileHandler::refusal(const std::string& path) const {
 const std::vector<const AudioFileHandler*>& AudioFileHandlers::all() {
   static const WaveFileHandler wave;
   static const AIFFFileHandler aiff;
-  // Formats read through libsndfile come after our own, which know their
-  // files by their first bytes alone.
+  // SDII data files have no identifiers: they are known by their companion
+  // file or their name, after the formats that know their first bytes.
+  static const SDIIFileHandler sdii;
+  // Formats read through libsndfile come after our own.
   using Family = SndfileFileHandler::Family;
   static const SndfileFileHandler flac(Family::kFlac), ogg(Family::kOgg), mp3(Family::kMp3), au(Family::kAu),
       caf(Family::kCaf), wave64(Family::kWave64), rf64(Family::kRf64);
-  static const std::vector<const AudioFileHandler*> handlers = {&wave, &aiff, &flac,   &ogg, &mp3,
-                                                                &au,   &caf,  &wave64, &rf64};
+  static const std::vector<const AudioFileHandler*> handlers = {&wave, &aiff, &sdii, &flac,   &ogg,
+                                                                &mp3,  &au,   &caf,  &wave64, &rf64};
   return handlers;
 }
 

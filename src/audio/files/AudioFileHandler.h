@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,13 @@
 #include "foundation/FStream.h"
 
 namespace vantor {
+
+// A file that belongs beside an audio file (the resource part of an SDII
+// file): where it goes and what it holds.
+struct AudioFileCompanion {
+  std::string path;
+  std::vector<uint8_t> bytes;
+};
 
 class AudioFileHandler {
  public:
@@ -72,6 +80,13 @@ class AudioFileHandler {
   virtual std::unique_ptr<AudioSampleSource> openSamples(const AudioFile& file) const {
     (void)file;
     return nullptr;
+  }
+  // The companion file that goes with file once finish() has run, or
+  // nullopt for formats without one. AudioFileWriter puts it in place
+  // safely along with the file.
+  virtual std::optional<AudioFileCompanion> companion(const AudioFile& file) const {
+    (void)file;
+    return std::nullopt;
   }
 };
 

@@ -15,6 +15,10 @@ inline constexpr const char* kFileTooLargeMessage = "The file is larger than its
 inline constexpr const char* kUnreadableAudioFileMessage = "The file could not be read to its end.";
 // A sample rate conversion beyond what the converter accepts.
 inline constexpr const char* kUnsupportedRateMessage = "This sample rate conversion is not supported!";
+// An SDII file whose companion "._" + name, which holds its format, is
+// missing; %s is the companion's name.
+inline constexpr const char* kMissingResourcePartMessage =
+    "The resource part of this Sound Designer II file (\"%s\") is missing.";
 // The user stopped a conversion; the target was left as it was.
 inline constexpr const char* kConversionCancelledMessage = "The conversion was cancelled.";
 
