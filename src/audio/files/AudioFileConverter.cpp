@@ -132,6 +132,8 @@ AudioFile AudioFileConverter::targetFor(const AudioFile& source, const AudioConv
     target.cues.push_back({scaledPosition(cue.first, ratio), scaledPosition(cue.second, ratio)});
   }
   target.broadcastAttributes = source.broadcastAttributes;
+  target.annotation = source.annotation;
+  target.instrument = source.instrument;
   return target;
 }
 
