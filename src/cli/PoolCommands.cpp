@@ -42,6 +42,7 @@ struct RegionOptions {
   std::string project;
   std::string clip;
   bool json = false;
+  bool describe = false;
 };
 
 nlohmann::json clipJson(const PAudioClip& clip, size_t uses) {
@@ -61,6 +62,15 @@ nlohmann::json clipJson(const PAudioClip& clip, size_t uses) {
           {"files", files}};
 }
 
+}  // namespace
+
+PAudioClip* findPoolClip(const PAudioPool* pool, const std::string& text) {
+  if (pool == nullptr) return nullptr;
+  if (PAudioClip* clip = pool->findClip(text)) return clip;
+  if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos) return nullptr;
+  return pool->findClip(static_cast<uint32_t>(std::stoul(text)));
+}
+
 std::string clipLine(const PAudioClip& clip, size_t uses) {
   const AudioCluster& cluster = *clip.getCluster();
   std::string line = fmt::format("{:>4}  {}  {} frames  {:.3f} kHz  {} ch  used {}x", clip.getPoolID(), clip.getName(),
@@ -69,6 +79,8 @@ std::string clipLine(const PAudioClip& clip, size_t uses) {
   for (const AudioFile& file : cluster.files()) line += "\n      " + file.path;
   return line;
 }
+
+namespace {
 
 // The import options: the flags when given, else the preference.
 PImportOptions importOptions(CliContext& context, const ImportOptions& options) {
@@ -182,15 +194,25 @@ int runPool(CliContext& context, const PoolOptions& options) {
 int runRegions(CliContext& context, const RegionOptions& options) {
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, options.project, OpenPurpose::kRead)) return kExitDataError;
-  PAudioPool* pool = PAudioPool::poolOf(*document.project());
-  PAudioClip* clip = pool == nullptr ? nullptr : pool->findClip(options.clip);
-  if (clip == nullptr && pool != nullptr && !options.clip.empty() &&
-      options.clip.find_first_not_of("0123456789") == std::string::npos) {
-    clip = pool->findClip(static_cast<uint32_t>(std::stoul(options.clip)));
-  }
+  PAudioClip* clip = findPoolClip(PAudioPool::poolOf(*document.project()), options.clip);
   if (clip == nullptr) {
     context.messages.report(FUserMessages::Severity::kError, "the pool has no clip \"" + options.clip + "\"");
     return kExitDataError;
+  }
+  if (options.describe) {
+    // The transfer text of every region, numbered from 1 in the clip's order.
+    std::vector<PRegionDescription> descriptions;
+    for (const auto& r : clip->regions()) {
+      auto description = describeRegion(*clip, *r, static_cast<int32_t>(descriptions.size() + 1));
+      if (!description) {
+        context.messages.report(FUserMessages::Severity::kError,
+                                "region \"" + r->getName() + "\" lies outside its clip");
+        return kExitDataError;
+      }
+      descriptions.push_back(std::move(*description));
+    }
+    context.out << writeRegionDescriptions(descriptions);
+    return kExitOk;
   }
   if (options.json) {
     nlohmann::json regions = nlohmann::json::array();
@@ -241,7 +263,11 @@ void addRegions(CLI::App& app, CliContext& context, int* exitCode) {
   auto options = std::make_shared<RegionOptions>();
   command->add_option("FILE", options->project, "Project file (.vpr)")->required();
   command->add_option("CLIP", options->clip, "Clip name or pool ID")->required();
-  command->add_flag("--json", options->json, "Print the regions as JSON");
+  auto* json = command->add_flag("--json", options->json, "Print the regions as JSON");
+  command
+      ->add_flag("--describe", options->describe,
+                 "Print the regions as transferred: <region> records with file names and sample positions")
+      ->excludes(json);
   command->callback([&context, exitCode, options] { *exitCode = runRegions(context, *options); });
 }
 

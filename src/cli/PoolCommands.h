@@ -11,9 +11,23 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
+#include <string>
+
 #include "cli/CliContext.h"
 
+namespace vantor {
+class PAudioClip;
+class PAudioPool;
+}  // namespace vantor
+
 namespace vantor::cli {
+
+// The clip of pool named text (a name, else a pool ID), or nullptr.
+PAudioClip* findPoolClip(const PAudioPool* pool, const std::string& text);
+// "   1  vox  48000 frames  48.000 kHz  2 ch  used 1x", then each file's
+// path on a line of its own.
+std::string clipLine(const PAudioClip& clip, size_t uses);
 
 void addPoolCommands(CLI::App& app, CliContext& context, int* exitCode);
 

@@ -73,9 +73,16 @@ TEST(CliPool, ImportPlaceListAndRemoveUnused) {
   EXPECT_EQ(nlohmann::json::parse(result.out)["removed"], nlohmann::json::array({"a"}));
   EXPECT_EQ(poolJson(project)["clips"].size(), 2u);
 
+  // A region made in the shell, listed and described for transfer: one
+  // range of the copied file, so a plain region record.
+  ASSERT_EQ(runVantor({"edit", project, "-e", "pool region b Hook 100 2000"}).status, 0);
   result = runVantor({"regions", project, "b", "--json"});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(nlohmann::json::parse(result.out)["regions"], nlohmann::json::array());
+  EXPECT_EQ(nlohmann::json::parse(result.out)["regions"][0]["length"], 2000);
+  result = runVantor({"regions", project, "b", "--describe"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, "<region id=\"1\">\n<filename>" + (dir / "song/Audio/b.wav").string() +
+                            "</filename>\n<start>100</start>\n<end>2100</end>\n</region>\n");
 }
 
 TEST(CliPool, RefusalsLeaveTheProjectAndFolderAlone) {

@@ -171,6 +171,30 @@ size_t selectInProject(MProject& project, const PAudioClip& clip) {
   return count;
 }
 
+std::optional<PRegionDescription> describeRegion(const PAudioClip& clip, const MRegionMarker& region, int32_t id) {
+  const auto pieces = clip.getMaterial()->piecesIn(region.getStart(), region.getLength());
+  if (!pieces) return std::nullopt;
+  const auto& files = clip.getCluster()->files();
+  auto nameOf = [&](int32_t file) {
+    return file >= 0 && static_cast<size_t>(file) < files.size() ? files[static_cast<size_t>(file)].path
+                                                                 : std::string();
+  };
+  PRegionDescription out;
+  out.id = id;
+  if (pieces->size() == 1 && !pieces->front().isSilence()) {
+    out.fileName = nameOf(pieces->front().file);
+    out.start = pieces->front().start;
+    out.end = out.start + pieces->front().length;
+    return out;
+  }
+  out.joined = true;
+  for (const PClipPiece& piece : *pieces) {
+    out.segments.push_back(
+        {piece.isSilence(), piece.isSilence() ? std::string() : nameOf(piece.file), piece.start, piece.length});
+  }
+  return out;
+}
+
 PPoolInfo poolInfo(const MProject& project, const PAudioPool& pool) {
   PPoolInfo info;
   const auto usage = clipUsage(project);

@@ -12,6 +12,7 @@
 
 #include "audio/pool/MAudioEvent.h"
 #include "audio/pool/PAudioPool.h"
+#include "audio/pool/PRegionDescription.h"
 #include "foundation/FRef.h"
 #include "foundation/FUserMessages.h"
 #include "model/undo/MCommand.h"
@@ -71,6 +72,12 @@ FRef<MCommand> makeInsertClipCommand(MProject& project, MTrackEvent& track, PAud
 // "Select in Project": sets the selection flag on every event that uses
 // clip and clears it on every other audio event; returns how many.
 size_t selectInProject(MProject& project, const PAudioClip& clip);
+
+// The transfer description of a region of clip: a plain region when its
+// frames are one range of one file, else a joined region of file segments
+// and silence segments (a split stereo piece names its first file).
+// nullopt when the region lies outside the clip's material.
+std::optional<PRegionDescription> describeRegion(const PAudioClip& clip, const MRegionMarker& region, int32_t id);
 
 // The numbers of the information line.
 struct PPoolInfo {
