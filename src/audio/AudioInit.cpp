@@ -9,6 +9,7 @@
 #include "audio/pool/PAudioClip.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipMaterial.h"
+#include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
@@ -30,6 +31,7 @@ void registerPoolClasses() {
   GTree::classDescriptor();
   PAudioPool::classDescriptor();
   registerPoolCommandClasses();
+  PConvertFilesCommand::classDescriptor();
 }
 
 void initializeAudio() {

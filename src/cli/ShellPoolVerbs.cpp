@@ -11,6 +11,8 @@
 #include "audio/pool/PoolMessages.h"
 #include "cli/PoolCommands.h"
 #include "cli/ShellSession.h"
+#include "document/PDeviceSetup.h"
+#include "document/PDocument.h"
 #include "model/tree/MProject.h"
 
 namespace vantor::cli {
@@ -47,8 +49,9 @@ bool listPool(ShellSession& s, const ShellArgs& a) {
 bool importMedium(ShellSession& s, const ShellArgs& a) {
   if (a.empty()) return s.fail("usage: pool import FILE...");
   const std::string choice = s.context().preferences.getString(kOnImportAudiofilePreference);
-  const PImportOptions options = importOptionsFor(importActionFromName(choice).value_or(PImportAction::kDoNothing),
-                                                  s.context().messages, a.size());
+  PImportOptions options = importOptionsFor(importActionFromName(choice).value_or(PImportAction::kDoNothing),
+                                            s.context().messages, a.size());
+  options.projectRate = s.document().devices()->sampleRate();
   FRef<MCommand> command = makeImportMediumCommand(poolOf(s), std::vector<std::string>(a.begin(), a.end()), options,
                                                    nullptr, s.context().messages);
   if (!command) return false;

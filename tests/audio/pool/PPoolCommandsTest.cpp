@@ -5,6 +5,7 @@
 #include "audio/AudioInit.h"
 #include "audio/AudioTestSupport.h"
 #include "audio/pool/PAudioImporter.h"
+#include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
@@ -195,6 +196,43 @@ TEST_F(PoolCommands, NewVersionRegionsFoldersAndRecordFolder) {
   EXPECT_NE(version->getMaterial(), clip->getMaterial());
   ASSERT_EQ(version->regions().size(), 1u);
   EXPECT_NE(version->regions()[0].get(), clip->regions()[0].get());
+}
+
+TEST_F(PoolCommands, ConversionOnImportAndConvertFilesMoveEveryFramePosition) {
+  // "Convert if needed" to 24 kHz: 4800 frames at 48 kHz become 2400.
+  auto command = makeImportMediumCommand(*pool, {wave("c.wav", 4800)}, {true, true, 24000, 0}, nullptr, messages);
+  ASSERT_TRUE(command && command->perform());
+  PAudioClip* converted = pool->clips().back().get();
+  EXPECT_EQ(converted->lengthFrames(), 2400);
+  EXPECT_EQ(converted->getCluster()->sampleRate(), 24000);
+  EXPECT_EQ(converted->getCluster()->rateChangeFactor(), 0.5);
+  EXPECT_EQ(test::readSndfile(dir.file("song/Audio/c.wav"))->rate, 24000);
+  // A file in the project's format is copied as it is.
+  EXPECT_FALSE(needsConversion(converted->getCluster()->files()[0], projectConversion(24000, 0)));
+
+  // "Convert Files..." of a clip with a processed piece, a region and an
+  // event, to 24 kHz: every position halves; undo brings the bytes back.
+  PAudioClip* clip = importOne(wave("d.wav", 9600));
+  ASSERT_TRUE(clip->getMaterial()->replaceRange(1000, 2000, {PClipPiece::silence(400)}).has_value());
+  clip->addRegion(makeRef<MRegionMarker>("R", 200, 600));
+  std::string error;
+  ASSERT_TRUE(makeInsertClipCommand(*project, *track, *clip, PInsertAt::kCursor, 0, 100, 1000, std::nullopt, &error)
+                  ->perform());
+  FRef<MCommand> convert = makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)},
+                                                   projectConversion(24000, 16), "Conform Files", &error);
+  performAndCheckUndo(convert);
+  EXPECT_EQ(clip->getMaterial()->pieces(),
+            (std::vector<PClipPiece>{PClipPiece::ofFile(0, 0, 500), PClipPiece::silence(200),
+                                     PClipPiece::ofFile(0, 1500, 3300)}));
+  EXPECT_EQ(clip->regions()[0]->getStart(), 100);
+  EXPECT_EQ(clip->regions()[0]->getLength(), 300);
+  EXPECT_EQ(eventsUsing(*project, clip)[0]->getClipStart(), 50);
+  EXPECT_EQ(clip->getCluster()->files()[0].format.bitsPerSample, 16);
+  EXPECT_EQ(clip->getCluster()->files()[0].path, dir.file("song/Audio/d.wav"));
+  // Nothing left to convert: no command, no message.
+  EXPECT_FALSE(makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)}, projectConversion(24000, 16),
+                                       "Conform Files", &error));
+  EXPECT_TRUE(error.empty());
 }
 
 TEST_F(PoolCommands, TheInformationLine) {
