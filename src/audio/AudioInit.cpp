@@ -10,6 +10,7 @@
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipMaterial.h"
 #include "audio/pool/PConvertFilesCommand.h"
+#include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
@@ -32,6 +33,7 @@ void registerPoolClasses() {
   PAudioPool::classDescriptor();
   registerPoolCommandClasses();
   PConvertFilesCommand::classDescriptor();
+  PMinimizeCommand::classDescriptor();
 }
 
 void initializeAudio() {

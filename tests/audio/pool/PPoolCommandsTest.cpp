@@ -5,7 +5,9 @@
 #include "audio/AudioInit.h"
 #include "audio/AudioTestSupport.h"
 #include "audio/pool/PAudioImporter.h"
+#include "audio/pool/PClipReader.h"
 #include "audio/pool/PConvertFilesCommand.h"
+#include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
@@ -37,6 +39,14 @@ class PoolCommands : public ::testing::Test {
     ASSERT_TRUE(project->addTrack(std::move(made)));
   }
 
+  // Every frame of clip through the clip reader.
+  static std::vector<float> readClip(const PAudioClip& clip) {
+    PClipReader reader(clip.clusterRef(), clip.materialRef());
+    std::vector<float> out(static_cast<size_t>(clip.lengthFrames() * reader.channels()));
+    EXPECT_EQ(reader.readFrames(out.data(), clip.lengthFrames()), clip.lengthFrames()) << reader.error();
+    return out;
+  }
+
   std::string wave(const std::string& name, int frames) {
     SF_INFO info{};
     info.samplerate = 48000;
@@ -44,7 +54,9 @@ class PoolCommands : public ::testing::Test {
     info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     const std::string path = dir.file(name);
     SNDFILE* sf = sf_open(path.c_str(), SFM_WRITE, &info);
-    std::vector<float> samples(static_cast<size_t>(frames), 0.25f);
+    // Each frame its own value, so a frame read from the wrong place shows.
+    std::vector<float> samples(static_cast<size_t>(frames));
+    for (int i = 0; i < frames; ++i) samples[static_cast<size_t>(i)] = static_cast<float>(i % 4000) / 4096.0f;
     sf_writef_float(sf, samples.data(), frames);
     sf_close(sf);
     return path;
@@ -233,6 +245,44 @@ TEST_F(PoolCommands, ConversionOnImportAndConvertFilesMoveEveryFramePosition) {
   EXPECT_FALSE(makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)}, projectConversion(24000, 16),
                                        "Conform Files", &error));
   EXPECT_TRUE(error.empty());
+}
+
+TEST_F(PoolCommands, MinimizeKeepsWhatEventsAndRegionsUseAndAsksFirst) {
+  PAudioClip* clip = importOne(wave("m.wav", 9600));
+  clip->addRegion(makeRef<MRegionMarker>("R", 100, 200));
+  std::string error;
+  ASSERT_TRUE(makeInsertClipCommand(*project, *track, *clip, PInsertAt::kCursor, 0, 5000, 1000, std::nullopt, &error)
+                  ->perform());
+  ASSERT_TRUE(makeInsertClipCommand(*project, *track, *clip, PInsertAt::kCursor, 0, 5500, 1000, std::nullopt, &error)
+                  ->perform());
+  clip->setHistory(makeRef<MRegionMarker>());  // any history object
+  const std::vector<float> before = readClip(*clip);
+  // "No" changes nothing; the question comes even so.
+  EXPECT_FALSE(makeMinimizeCommand(*project, *pool, {FRef<PAudioClip>::share(clip)}, messages, &error));
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0], "Minimizing files will clear the entire edit history!!\n\nDo you want to go on?");
+  messages.queueAnswer(0);
+  FRef<MCommand> minimize = makeMinimizeCommand(*project, *pool, {FRef<PAudioClip>::share(clip)}, messages, &error);
+  ASSERT_TRUE(minimize) << error;
+  performAndCheckUndo(minimize);
+  // Kept: [100, 300) and [5000, 6500): 1700 frames in the new file.
+  EXPECT_EQ(clip->getCluster()->files()[0].path, dir.file("song/Audio/m.wav"));
+  EXPECT_EQ(test::readSndfile(dir.file("song/Audio/m.wav"))->samples.size(), 1700u);
+  EXPECT_EQ(clip->getHistory(), nullptr);
+  EXPECT_EQ(clip->lengthFrames(), 9600);
+  const std::vector<float> after = readClip(*clip);
+  for (size_t f = 0; f < before.size(); ++f) {
+    const bool kept = (f >= 100 && f < 300) || (f >= 5000 && f < 6500);
+    ASSERT_EQ(after[f], kept ? before[f] : 0.0f) << f;
+  }
+  // With an empty history the question still comes.
+  messages.queueAnswer(1);
+  EXPECT_FALSE(makeMinimizeCommand(*project, *pool, {FRef<PAudioClip>::share(clip)}, messages, &error));
+  EXPECT_EQ(messages.questions().size(), 3u);
+  messages.queueAnswer(0);
+  EXPECT_TRUE(askSaveAfterMinimize(messages));
+  EXPECT_EQ(messages.questions().back(),
+            "You should save the project now!\nFile references in the stored version have become invalid!");
 }
 
 TEST_F(PoolCommands, TheInformationLine) {
