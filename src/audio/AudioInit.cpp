@@ -12,6 +12,7 @@
 #include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolMaintenance.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
 
@@ -34,6 +35,7 @@ void registerPoolClasses() {
   registerPoolCommandClasses();
   PConvertFilesCommand::classDescriptor();
   PMinimizeCommand::classDescriptor();
+  PMoveClipsCommand::classDescriptor();
 }
 
 void initializeAudio() {

@@ -9,6 +9,7 @@
 #include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
 #include "foundation/FUserMessages.h"
@@ -283,6 +284,60 @@ TEST_F(PoolCommands, MinimizeKeepsWhatEventsAndRegionsUseAndAsksFirst) {
   EXPECT_TRUE(askSaveAfterMinimize(messages));
   EXPECT_EQ(messages.questions().back(),
             "You should save the project now!\nFile references in the stored version have become invalid!");
+}
+
+TEST_F(PoolCommands, TrashRefusalsAndEmptying) {
+  PAudioClip* keep = importOne(wave("keep.wav", 100));
+  PAudioClip* gone = importOne(wave("gone.wav", 100));
+  ASSERT_TRUE(makeNewVersionCommand(*pool, *keep)->perform());  // "keep 2" shares keep.wav
+  auto toTrash = [&](PAudioClip* clip) {
+    return FRef<MCommand>(new PMoveClipsCommand(FRef<PAudioPool>::share(pool), {FRef<PAudioClip>::share(clip)},
+                                                FRef<GTreeEntry>::share(pool->trash()), "Move to Trash"));
+  };
+  performAndCheckUndo(toTrash(keep));
+  ASSERT_TRUE(toTrash(gone)->perform());
+  EXPECT_TRUE(pool->isInTrash(keep) && pool->isInTrash(gone));
+
+  // keep.wav is held by "keep 2" here and by a library beside the project.
+  PAudioPool library;
+  library.addClip(makeRef<PAudioClip>("lib", keep->clusterRef()));
+  PEmptyTrashPlan plan = planEmptyTrash(*project, *pool, {&library}, messages);  // "Cancel"
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0],
+            "keep can not be moved to the trash because\nit is used in another pool and it has more than one edit "
+            "version!\n\nDo you want to remove it from the pool?");
+  messages.clear();
+  plan = planEmptyTrash(*project, *pool, {}, messages);
+  EXPECT_EQ(messages.questions()[0].find("keep can not be moved to the trash because\nit has more than one edit "
+                                         "version!\n"),
+            0u);
+  ASSERT_TRUE(plan.command);
+  EXPECT_EQ(plan.filesToErase, (std::vector<std::string>{dir.file("gone.wav")}));
+  performAndCheckUndo(plan.command);
+  EXPECT_EQ(pool->indexOf(gone), -1);
+  EXPECT_GE(pool->indexOf(keep), 0);  // cancelled: still in the trash
+  messages.queueAnswer(0);
+  EXPECT_EQ(eraseTrashFiles(plan.filesToErase, messages), 1u);
+  EXPECT_EQ(messages.questions().back(), "Warning: You can not undo this!");
+  EXPECT_FALSE(fs::exists(dir.file("gone.wav")));
+  EXPECT_TRUE(fs::exists(dir.file("keep.wav")));
+}
+
+TEST_F(PoolCommands, PrepareArchiveRemovesUnusedThenCopiesExternalFiles) {
+  PAudioClip* used = importOne(wave("used.wav", 100));
+  importOne(wave("unused.wav", 100));
+  std::string error;
+  ASSERT_TRUE(
+      makeInsertClipCommand(*project, *track, *used, PInsertAt::kCursor, 0, 0, -1, std::nullopt, &error)->perform());
+  FRef<MCommand> prepare = makePrepareArchiveCommand(*project, *pool, &error);
+  performAndCheckUndo(prepare);
+  ASSERT_EQ(pool->clips().size(), 1u);
+  EXPECT_EQ(used->getCluster()->files()[0].path, dir.file("song/Audio/used.wav"));
+  EXPECT_EQ(test::readBytes(dir.file("song/Audio/used.wav")), test::readBytes(dir.file("used.wav")));
+  EXPECT_FALSE(fs::exists(dir.file("song/Audio/unused.wav")));  // never copied
+  EXPECT_EQ(poolInfo(*project, *pool).externFiles, 0);
+  EXPECT_FALSE(makePrepareArchiveCommand(*project, *pool, &error));  // self-contained now
+  EXPECT_TRUE(error.empty());
 }
 
 TEST_F(PoolCommands, TheInformationLine) {
