@@ -9,6 +9,7 @@
 #include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolFile.h"
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
@@ -338,6 +339,48 @@ TEST_F(PoolCommands, PrepareArchiveRemovesUnusedThenCopiesExternalFiles) {
   EXPECT_EQ(poolInfo(*project, *pool).externFiles, 0);
   EXPECT_FALSE(makePrepareArchiveCommand(*project, *pool, &error));  // self-contained now
   EXPECT_TRUE(error.empty());
+}
+
+TEST_F(PoolCommands, PoolFilesSaveExportAndImport) {
+  PAudioClip* vox = importOne(wave("vox.wav", 100));
+  importOne(wave("gtr.wav", 50));
+  vox->addRegion(makeRef<MRegionMarker>("Hook", 10, 20));
+  std::string error;
+  const std::string saved = dir.file("all.vpl"), exported = dir.file("vox.vpl");
+  ASSERT_TRUE(writePoolFile(*pool, saved, &error)) << error;
+  FRef<PAudioPool> library = readPoolFile(saved, &error);
+  ASSERT_TRUE(library) << error;
+  // Read and written again, the file keeps its bytes.
+  ASSERT_TRUE(writePoolFile(*library, dir.file("again.vpl"), &error));
+  EXPECT_EQ(test::readBytes(dir.file("again.vpl")), test::readBytes(saved));
+  EXPECT_EQ(test::readBytes(saved).size() > 12
+                ? std::string(test::readBytes(saved).begin() + 8, test::readBytes(saved).begin() + 12)
+                : "",
+            "KPOL");
+
+  ASSERT_TRUE(exportPoolFile({FRef<PAudioClip>::share(vox)}, exported, &error));
+  FRef<PAudioPool> one = readPoolFile(exported, &error);
+  ASSERT_TRUE(one);
+  ASSERT_EQ(one->clips().size(), 1u);
+  EXPECT_EQ(one->clips()[0]->regions()[0]->getName(), "Hook");
+
+  performAndCheckUndo(makeImportPoolCommand(*pool, *one, exported));
+  ASSERT_EQ(pool->clips().size(), 3u);
+  EXPECT_EQ(pool->clips()[2]->getPoolID(), 3u);
+  GTreeEntry* folder = pool->tree().root()->findFolder("vox");
+  ASSERT_NE(folder, nullptr);
+  EXPECT_EQ(folder->getDocumentPath(), exported);
+  EXPECT_EQ(pool->tree().root()->findClipEntry(3), folder);
+
+  // Not a pool file: a project container, an audio file, nothing at all.
+  test::writeBytes(dir.file("bad.vpl"), test::Bytes(40, 1));
+  EXPECT_FALSE(readPoolFile(dir.file("bad.vpl"), &error));
+  EXPECT_EQ(error, "Error: Invalid or unsupported file!");
+  EXPECT_FALSE(readPoolFile(dir.file("vox.wav"), &error));
+  EXPECT_FALSE(readPoolFile(dir.file("none.vpl"), &error));
+  EXPECT_EQ(error, "Error: Can not open file!");
+  EXPECT_EQ(poolTitle("drums", true), "Library - drums");
+  EXPECT_EQ(poolTitle("song", false), "Pool - song");
 }
 
 TEST_F(PoolCommands, TheInformationLine) {
