@@ -353,10 +353,9 @@ TEST_F(PoolCommands, PoolFilesSaveExportAndImport) {
   // Read and written again, the file keeps its bytes.
   ASSERT_TRUE(writePoolFile(*library, dir.file("again.vpl"), &error));
   EXPECT_EQ(test::readBytes(dir.file("again.vpl")), test::readBytes(saved));
-  EXPECT_EQ(test::readBytes(saved).size() > 12
-                ? std::string(test::readBytes(saved).begin() + 8, test::readBytes(saved).begin() + 12)
-                : "",
-            "KPOL");
+  const test::Bytes bytes = test::readBytes(saved);
+  ASSERT_GT(bytes.size(), 12u);
+  EXPECT_EQ(std::string(bytes.begin() + 8, bytes.begin() + 12), "KPOL");  // the form type
 
   ASSERT_TRUE(exportPoolFile({FRef<PAudioClip>::share(vox)}, exported, &error));
   FRef<PAudioPool> one = readPoolFile(exported, &error);
