@@ -49,6 +49,13 @@ TEST(AudioFileHandlers, DescribeFormatsAndKinds) {
   format.sampleType = SampleType::kFloat;
   format.bitsPerSample = 32;
   EXPECT_EQ(formatLine(format), "11.025 kHz   32 bits   Float   6 Channels");
+  format.sampleRate = 8000;
+  format.channels = 1;
+  EXPECT_EQ(formatLine(format), "8.000 kHz   32 bits   Float   Mono");
+  EXPECT_EQ(shortFormatLine(format), "8.000 kHz - 32 bits - ");
+  EXPECT_EQ(rexFormatLine(120), "REX - 120.00 bpm");
+  EXPECT_EQ(rexFormatLine(95.126), "REX - 95.13 bpm");  // two decimals, rounded
+  EXPECT_EQ(rexFormatLine(9.5), "REX - 9.50 bpm");
 
   AudioFile file;
   const AudioFileHandler* wave = AudioFileHandlers::byTypeName("WAVE");
