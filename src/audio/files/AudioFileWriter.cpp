@@ -91,8 +91,10 @@ bool AudioFileWriter::close() {
   (void)::chmod(temporary_.c_str(), 0666 & ~mask);
   const std::optional<AudioFileCompanion> companion = handler_->companion(file_);
   std::string companionTemporary;
-  if (companion && !writeCompanion(*companion, &companionTemporary)) return false;
-  (void)::chmod(companionTemporary.c_str(), 0666 & ~mask);
+  if (companion) {
+    if (!writeCompanion(*companion, &companionTemporary)) return false;
+    (void)::chmod(companionTemporary.c_str(), 0666 & ~mask);
+  }
   if (!putInPlace(companion, companionTemporary)) return false;
   temporary_.clear();
   handler_ = nullptr;
