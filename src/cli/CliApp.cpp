@@ -15,6 +15,7 @@
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
+#include "cli/WaveformCommand.h"
 #include "document/PDocumentInit.h"
 #include "model/undo/GUndoManager.h"
 
@@ -102,6 +103,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
+  addWaveformCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
