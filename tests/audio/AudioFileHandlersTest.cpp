@@ -35,6 +35,24 @@ TEST(AudioFileHandlers, RecognizeByContainerAndFormType) {
     }
   }
   EXPECT_EQ(AudioFileHandlers::byTypeName("AIFC"), AudioFileHandlers::byTypeName("AIFF"));
+  // The decoders' identifiers; an ID3 tag (10 bytes, here of size 4) is
+  // looked behind, to FLAC or to an MPEG layer III frame header.
+  const std::string id3 = std::string("ID3\3\0\0\0\0\0\4", 10) + std::string(4, '\0');
+  const Case decoded[] = {{"fLaC\0\0\0\x22", "FLAC"},
+                          {"OggS\0\2", "OPUS"},
+                          {"\xFF\xFB\x90\x64", "MP3"},
+                          {id3 + "fLaC", "FLAC"},
+                          {id3 + "\xFF\xFB\x90\x64", "MP3"},
+                          {id3 + "RIFF", nullptr},
+                          {"\xFF\xFD\x90\x64", nullptr},  // layer I
+                          {".snd\0\0\0\x18", "AU"},
+                          {"caff\0\1\0\0", "CAF"},
+                          {"RF64\xFF\xFF\xFF\xFFWAVE", "RF64"}};
+  for (const Case& c : decoded) {
+    FMemoryStream stream(c.header.data(), static_cast<int64_t>(c.header.size()));
+    EXPECT_EQ(AudioFileHandlers::recognize(stream), c.typeName ? AudioFileHandlers::byTypeName(c.typeName) : nullptr)
+        << c.header;
+  }
   EXPECT_EQ(AudioFileHandlers::byTypeName("SD2"), nullptr);
 }
 
