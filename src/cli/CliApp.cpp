@@ -9,13 +9,14 @@
 #include "cli/CliContext.h"
 #include "cli/ConvertCommand.h"
 #include "cli/DetectSilenceCommand.h"
-#include "cli/PoolCommands.h"
 #include "cli/DumpCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
+#include "cli/PoolCommands.h"
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
+#include "cli/WaveformCommand.h"
 #include "document/PDocumentInit.h"
 #include "model/undo/GUndoManager.h"
 
@@ -103,6 +104,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
+  addWaveformCommand(app, context, &exitCode);
   addPoolCommands(app, context, &exitCode);
   try {
     app.parse(argc, argv);
