@@ -132,10 +132,14 @@ bool PClipMaterial::readFromArchive(FObjectArchive& archive) {
   if (left != FStream::kUnknown && static_cast<int64_t>(count) > left / kPieceBytes) return false;
   std::vector<PClipPiece> pieces;
   pieces.reserve(count);
+  // The total stays far inside 64 bits, so no sum of lengths can overflow.
+  constexpr int64_t kMaxTotal = std::numeric_limits<int64_t>::max() / 4;
+  int64_t total = 0;
   for (uint32_t i = 0; i < count; ++i) {
     PClipPiece piece;
     if (!s.readInt32(&piece.file) || !s.readInt64(&piece.start) || !s.readInt64(&piece.length)) return false;
-    if (!isValid(piece)) return false;
+    if (!isValid(piece) || piece.length > kMaxTotal - total) return false;
+    total += piece.length;
     pieces.push_back(piece);
   }
   pieces_ = std::move(pieces);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -109,6 +110,13 @@ TEST(PClipMaterial, ArchiveRoundTripAndDamagedRecords) {
   auto negative = bytes;
   negative[negative.size() - 1] = 0x80;  // the length's top byte (little-endian)
   EXPECT_FALSE(test::readArchiveBytesAs<PClipMaterial>(negative));
+  // Two pieces each within bounds whose sum is not: refused, not overflowed.
+  const int64_t big = std::numeric_limits<int64_t>::max() / 4 - 1;
+  auto pair = makeRef<PClipMaterial>(std::vector<PClipPiece>{PClipPiece::ofFile(0, 0, big)});
+  auto twice = test::archiveBytes(pair.get());
+  EXPECT_TRUE(test::readArchiveBytesAs<PClipMaterial>(twice));
+  auto two = makeRef<PClipMaterial>(std::vector<PClipPiece>{PClipPiece::ofFile(0, 0, big), PClipPiece::silence(big)});
+  EXPECT_FALSE(test::readArchiveBytesAs<PClipMaterial>(test::archiveBytes(two.get())));
   auto huge = bytes;
   const size_t countAt = bytes.size() - 3 * 20 - 4;
   huge[countAt + 3] = 0x7F;
