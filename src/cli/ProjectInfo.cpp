@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "audio/pool/PAudioPool.h"
+#include "audio/pool/PPoolOperations.h"
 #include "cli/JsonWriter.h"
 #include "cli/ShellReferences.h"
 #include "document/PArrangement.h"
@@ -147,7 +149,13 @@ void printTail(std::ostream& out, const json& info) {
         << info["locators"]["right"]["bars"].get<std::string>() << ", cycle "
         << (info["locators"]["cycle"].get<bool>() ? "on" : "off") << '\n';
   }
-  out << "Pool: " << (info["pool"]["present"].get<bool>() ? info["pool"]["class"].get<std::string>() : "empty") << '\n';
+  // An audio pool shows its information line; another pool object its class.
+  const json& pool = info["pool"];
+  out << "Pool: "
+      << (!pool["present"].get<bool>() ? std::string("empty")
+          : pool.contains("line")      ? pool["line"].get<std::string>()
+                                       : pool["class"].get<std::string>())
+      << '\n';
 }
 
 json describe(const PDocument& document);
@@ -235,6 +243,10 @@ json describe(const PDocument& document) {
   }
   const CmObject* pool = project.getPool();
   info["pool"] = {{"present", pool != nullptr}, {"class", pool != nullptr ? pool->getClassName() : ""}};
+  if (const auto* audio = dynamic_cast<const PAudioPool*>(pool)) {
+    info["pool"]["clips"] = audio->clips().size();
+    info["pool"]["line"] = formatPoolInfo(poolInfo(project, *audio));
+  }
   return info;
 }
 

@@ -72,6 +72,11 @@ TEST(CliPool, ImportPlaceListAndRemoveUnused) {
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(nlohmann::json::parse(result.out)["removed"], nlohmann::json::array({"a"}));
   EXPECT_EQ(poolJson(project)["clips"].size(), 2u);
+  // `info` shows the information line: 88200 + 44100 bytes = 129.20 KB.
+  result = runVantor({"info", project});
+  EXPECT_NE(result.out.find("Pool: Audiofiles: 2   Used: 2   Total Size: 129.20 KB   Extern Files: 0\n"),
+            std::string::npos)
+      << result.out;
 
   // A region made in the shell, listed and described for transfer: one
   // range of the copied file, so a plain region record.
