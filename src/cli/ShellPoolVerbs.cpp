@@ -212,6 +212,25 @@ bool importPool(ShellSession& s, const ShellArgs& a) {
   return s.perform(command);
 }
 
+bool setRecordFolder(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool record-folder FOLDER (a path of folder names, / for the top)");
+  PAudioPool& pool = poolOf(s);
+  GTreeEntry* folder = pool.tree().root()->findFolder(a[0]);
+  if (folder == nullptr) return s.fail("the pool has no folder \"" + a[0] + "\"");
+  FRef<GTreeEntry> chosen = folder == pool.tree().root() ? nullptr : FRef<GTreeEntry>::share(folder);
+  return s.perform(FRef<MCommand>(new PSetRecordFolderCommand(FRef<PAudioPool>::share(&pool), std::move(chosen))));
+}
+
+bool removeMissing(ShellSession& s, const ShellArgs& a) {
+  if (!a.empty()) return s.fail("usage: pool remove-missing");
+  FRef<MCommand> command = makeRemoveMissingCommand(s.project(), poolOf(s), s.context().messages);
+  if (!command) {
+    s.out() << "no clip was removed\n";
+    return true;
+  }
+  return s.perform(command);
+}
+
 }  // namespace
 
 void addPoolVerbs(std::vector<ShellVerb>& verbs) {
@@ -224,6 +243,10 @@ void addPoolVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"pool version", "CLIP", "a new version of a clip, sharing its files", newVersion});
   verbs.push_back({"pool remove-unused", "", "remove the clips no event uses", removeUnused});
   verbs.push_back({"pool folder", "NAME", "a new folder in the pool's media tree", createFolder});
+  verbs.push_back(
+      {"pool record-folder", "FOLDER", "\"Set Pool Record Folder\": where new recordings go", setRecordFolder});
+  verbs.push_back(
+      {"pool remove-missing", "", "\"Remove Missing Files\": the clips whose files cannot be found", removeMissing});
   verbs.push_back({"pool trash", "CLIP", "move a clip to the pool's trash", moveToTrash});
   verbs.push_back({"pool empty-trash", "", "remove the trashed clips; asks before erasing their files", emptyTrash});
   verbs.push_back({"pool minimize", "CLIP", "reduce a clip's files to what events and regions use", minimize});
