@@ -2,6 +2,7 @@
 
 #include "audio/files/BroadcastAttributes.h"
 #include "audio/files/CodecAttributes.h"
+#include "audio/process/PProcessRegistration.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
 
@@ -14,7 +15,10 @@ void registerAudioFileClasses() {
 
 void initializeAudio() {
   initializeModel();
-  FInitializer::add("audio", FInitializer::kAudio, [] { registerAudioFileClasses(); });
+  FInitializer::add("audio", FInitializer::kAudio, [] {
+    registerAudioFileClasses();
+    registerAudioProcessClasses();
+  });
   FInitializer::runAll();
 }
 
