@@ -154,18 +154,19 @@ bool PAudioProcess::restoreParameters(const FAttributes& stored, std::string* er
   return true;
 }
 
-FRef<FAttributes> PAudioProcess::copyParameters() const {
-  const FAttributes& current = ensureDefaults();
-  FRef<FAttributes> copy(new FAttributes(current.className()));
-  for (const std::string& key : current.keys()) {
-    int64_t integer = 0;
-    double number = 0;
-    std::string textValue;
+FRef<FAttributes> PAudioProcess::copyParameters() const { return copyAttributes(ensureDefaults()); }
+
+FRef<FAttributes> copyAttributes(const FAttributes& attributes) {
+  FRef<FAttributes> copy(new FAttributes(attributes.className()));
+  for (const std::string& key : attributes.keys()) {
     FAttributes::Kind kind{};
-    if (!current.kindOf(key, &kind)) continue;
-    if (kind == FAttributes::Kind::kInteger && current.getInt(key, &integer)) copy->setInt(key, integer);
-    if (kind == FAttributes::Kind::kFloat && current.getFloat(key, &number)) copy->setFloat(key, number);
-    if (kind == FAttributes::Kind::kString && current.getString(key, &textValue)) copy->setString(key, textValue);
+    int64_t integer = 0;
+    double value = 0;
+    std::string textValue;
+    if (!attributes.kindOf(key, &kind)) continue;
+    if (kind == FAttributes::Kind::kInteger && attributes.getInt(key, &integer)) copy->setInt(key, integer);
+    if (kind == FAttributes::Kind::kFloat && attributes.getFloat(key, &value)) copy->setFloat(key, value);
+    if (kind == FAttributes::Kind::kString && attributes.getString(key, &textValue)) copy->setString(key, textValue);
   }
   return copy;
 }

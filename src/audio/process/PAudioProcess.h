@@ -80,4 +80,7 @@ class PAudioProcess : public FShared {
   mutable FRef<FAttributes> parameters_;
 };
 
+// A copy of an attribute set's numbers, integers and texts.
+FRef<FAttributes> copyAttributes(const FAttributes& attributes);
+
 }  // namespace vantor
