@@ -2,6 +2,13 @@
 
 #include "audio/files/BroadcastAttributes.h"
 #include "audio/files/CodecAttributes.h"
+#include "audio/pool/AudioCluster.h"
+#include "audio/pool/GTree.h"
+#include "audio/pool/MAudioEvent.h"
+#include "audio/pool/MRegionMarker.h"
+#include "audio/pool/PAudioClip.h"
+#include "audio/pool/PAudioPool.h"
+#include "audio/pool/PClipMaterial.h"
 #include "audio/process/PProcessRegistration.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
@@ -13,10 +20,22 @@ void registerAudioFileClasses() {
   CodecAttributes::classDescriptor();
 }
 
+void registerPoolClasses() {
+  AudioCluster::classDescriptor();
+  PClipMaterial::classDescriptor();
+  MRegionMarker::classDescriptor();
+  PAudioClip::classDescriptor();
+  MAudioEvent::classDescriptor();
+  GTreeEntry::classDescriptor();
+  GTree::classDescriptor();
+  PAudioPool::classDescriptor();
+}
+
 void initializeAudio() {
   initializeModel();
   FInitializer::add("audio", FInitializer::kAudio, [] {
     registerAudioFileClasses();
+    registerPoolClasses();
     registerAudioProcessClasses();
   });
   FInitializer::runAll();

@@ -9,5 +9,7 @@ void initializeAudio();
 
 // Registration of the audio file classes; run by initializeAudio().
 void registerAudioFileClasses();
+// Registration of the pool classes (clips, regions, media tree, pool).
+void registerPoolClasses();
 
 }  // namespace vantor

@@ -3,6 +3,7 @@
 #include "audio/process/PConvolution.h"
 #include "audio/process/PDCOffset.h"
 #include "audio/process/PEcho.h"
+#include "audio/process/PEditHistory.h"
 #include "audio/process/PEnvelope.h"
 #include "audio/process/PEvtdetection.h"
 #include "audio/process/PFadeProcess.h"
@@ -28,6 +29,7 @@ void registerAudioProcessClasses() {
   PEcho::classDescriptor();
   PConvolution::classDescriptor();
   PEvtdetection::classDescriptor();
+  PEditHistory::classDescriptor();
 }
 
 const std::vector<const char*>& audioProcessClassNames() {

@@ -17,6 +17,12 @@ static_assert(sizeof(MPartEvent) <= 72);
 VANTOR_DEFINE_CLASS(MAudioPartEvent, MPartEvent, 0)
 VANTOR_DEFINE_CLASS(MGroupEvent, MPartEvent, 0)
 
+namespace {
+bool isAudioEvent(const MEvent& e) { return e.isKindOf("MAudioEvent"); }
+}  // namespace
+
+MAudioPart::MAudioPart() { setHoldRule({isAudioEvent, "audio events"}); }
+
 FRef<MAccessor> MPartNode::getWriteAccessor() {
   if (isReadOnly()) return nullptr;
   return FRef<MAccessor>(new MPartAccessor(FRef<MDataNode>::share(this), &list(), true));

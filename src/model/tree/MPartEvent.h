@@ -25,9 +25,13 @@ class MPartNode : public MListNode {
   FRef<MAccessor> getReadAccessor() override;
 };
 
-// The content of an audio part (its audio events).
+// The content of an audio part: its audio events. Its hold rule takes only
+// events of the class "MAudioEvent" (of the audio layer, so named by class)
+// and what derives from it.
 class MAudioPart : public MPartNode {
   VANTOR_CLASS(MAudioPart)
+ public:
+  MAudioPart();
 };
 
 // Accessor over a part's content.
