@@ -74,7 +74,7 @@ FRef<AudioCluster> PClipProcessor::readingCluster() const {
 }
 
 std::string PClipProcessor::freePath(const std::string& label) const {
-  const std::string stem = folder_ + "/" + fileNamePart(clipName_) + "-" + fileNamePart(label) + "-";
+  const std::string stem = (std::filesystem::path(folder_) / "").string() + fileNamePart(clipName_) + "-" + fileNamePart(label) + "-";
   std::error_code ec;
   for (int n = 1;; ++n) {
     std::string path = stem + std::to_string(n) + ".wav";
@@ -128,7 +128,8 @@ bool PClipProcessor::apply(const PAudioProcess& process, int64_t start, int64_t 
     AudioFormat format;
     format.channels = static_cast<int16_t>(channels_);
     format.sampleRate = static_cast<float>(sampleRate_);
-    return runWork(*work, format, length, source, [](const float*, int64_t) { return true; }, error);
+    return runWork(
+        *work, format, length, source, [](const float*, int64_t) { return true; }, error);
   }
   int32_t file = 0;
   if (!render(work.get(), start, length, process.displayName(), &file, error)) return false;

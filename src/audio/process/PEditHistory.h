@@ -19,12 +19,12 @@
 namespace vantor {
 
 struct PEditHistoryEntry {
-  std::string processClass;     // e.g. "PGain"
+  std::string processClass;      // e.g. "PGain"
   FRef<FAttributes> parameters;  // the process's parameter set (never null)
   int64_t start = 0;             // the range in the clip's frames
   int64_t length = 0;
-  int32_t resultFile = 0;               // the cluster file the result went to
-  std::vector<PClipPiece> replaced;     // the pieces the result replaced
+  int32_t resultFile = 0;            // the cluster file the result went to
+  std::vector<PClipPiece> replaced;  // the pieces the result replaced
 };
 
 class PEditHistory : public FShared {

@@ -1,5 +1,6 @@
 #include "audio/process/PProcessRegistration.h"
 
+#include "audio/process/PClipStateCommand.h"
 #include "audio/process/PConvolution.h"
 #include "audio/process/PDCOffset.h"
 #include "audio/process/PEcho.h"
@@ -30,6 +31,10 @@ void registerAudioProcessClasses() {
   PConvolution::classDescriptor();
   PEvtdetection::classDescriptor();
   PEditHistory::classDescriptor();
+  PClipStateCommand::classDescriptor();
+  PAudioProcessCommand::classDescriptor();
+  PEditHistoryCommand::classDescriptor();
+  PFreezeEditsCommand::classDescriptor();
 }
 
 const std::vector<const char*>& audioProcessClassNames() {
