@@ -10,8 +10,10 @@
 #include "cli/ConvertCommand.h"
 #include "cli/DetectSilenceCommand.h"
 #include "cli/DumpCommand.h"
+#include "cli/HistoryCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
+#include "cli/ProcessCommand.h"
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
@@ -102,6 +104,8 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
+  addProcessCommand(app, context, &exitCode);
+  addHistoryCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -74,7 +74,8 @@ FRef<AudioCluster> PClipProcessor::readingCluster() const {
 }
 
 std::string PClipProcessor::freePath(const std::string& label) const {
-  const std::string stem = (std::filesystem::path(folder_) / "").string() + fileNamePart(clipName_) + "-" + fileNamePart(label) + "-";
+  const std::string stem =
+      (std::filesystem::path(folder_) / "").string() + fileNamePart(clipName_) + "-" + fileNamePart(label) + "-";
   std::error_code ec;
   for (int n = 1;; ++n) {
     std::string path = stem + std::to_string(n) + ".wav";
@@ -122,15 +123,7 @@ bool PClipProcessor::apply(const PAudioProcess& process, int64_t start, int64_t 
     return false;
   }
   std::unique_ptr<PAudioWork> work = process.createWork();
-  if (!process.changesAudio()) {
-    PClipReader reader(readingCluster(), state_.material);
-    ClipRangeSource source(reader, start);
-    AudioFormat format;
-    format.channels = static_cast<int16_t>(channels_);
-    format.sampleRate = static_cast<float>(sampleRate_);
-    return runWork(
-        *work, format, length, source, [](const float*, int64_t) { return true; }, error);
-  }
+  if (!process.changesAudio()) return analyze(*work, start, length, error);
   int32_t file = 0;
   if (!render(work.get(), start, length, process.displayName(), &file, error)) return false;
   std::optional<std::vector<PClipPiece>> replaced =
@@ -138,6 +131,24 @@ bool PClipProcessor::apply(const PAudioProcess& process, int64_t start, int64_t 
   if (!replaced) return (*error = "The range lies outside the clip.", false);
   state_.history->append({process.getClassName(), process.copyParameters(), start, length, file, *replaced});
   return true;
+}
+
+bool PClipProcessor::analyze(PAudioWork& work, int64_t start, int64_t length, std::string* error) {
+  if (start < 0 || length <= 0 || start > state_.material->length() - length) {
+    *error = "The range lies outside the clip.";
+    return false;
+  }
+  PClipReader reader(readingCluster(), state_.material);
+  ClipRangeSource source(reader, start);
+  AudioFormat format;
+  format.channels = static_cast<int16_t>(channels_);
+  format.sampleRate = static_cast<float>(sampleRate_);
+  PRunOptions options;
+  options.progress = progress_;
+  const PFrameSink discard = [](const float*, int64_t) { return true; };
+  if (runWork(work, format, length, source, discard, error, options)) return true;
+  if (!reader.error().empty()) *error = reader.error() + " " + reader.errorPath();
+  return false;
 }
 
 bool PClipProcessor::rewindTo(size_t index, std::vector<PEditHistoryEntry>* removed) {

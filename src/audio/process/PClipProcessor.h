@@ -46,6 +46,9 @@ class PClipProcessor {
   // (which changes no audio) is run but neither written nor entered. False
   // with the reason in *error (the state as it was).
   [[nodiscard]] bool apply(const PAudioProcess& process, int64_t start, int64_t length, std::string* error);
+  // Runs work over frames [start, start + length) of the state's material
+  // without writing anything (an analysis); false with *error set.
+  [[nodiscard]] bool analyze(PAudioWork& work, int64_t start, int64_t length, std::string* error);
   // Takes the entries from index on back, newest first, and returns them
   // (oldest first). False when index is past the end or a stored entry no
   // longer fits the material.

@@ -27,6 +27,7 @@ bool PClipStateCommand::doPerform() {
   if (!clip_ || clip_->getCluster() == nullptr || clip_->getMaterial() == nullptr) return refuse("No clip selected.");
   SilentMessages silent;
   PClipProcessor processor(*clip_, folder_, messages_ != nullptr ? *messages_ : silent);
+  processor.setProgress(progress_);
   std::string error;
   if (!compute(processor, &error)) return refuse(error);
   PClipState state = processor.takeState();

@@ -12,6 +12,7 @@
 //  - PFreezeEditsCommand ("Freeze Edits"): renders the material into one
 //    file and empties the history.
 
+#include <functional>
 #include <string>
 
 #include "audio/pool/PAudioClip.h"
@@ -24,6 +25,8 @@ class PClipStateCommand : public MCommand {
   VANTOR_CLASS(PClipStateCommand)
  public:
   PAudioClip* clip() const { return clip_.get(); }
+  // Told the fraction done (0 to 1) of each pass of the first perform.
+  void setProgress(std::function<void(double)> progress) { progress_ = std::move(progress); }
 
  protected:
   PClipStateCommand() = default;
@@ -45,6 +48,7 @@ class PClipStateCommand : public MCommand {
   std::vector<AudioFile> files_;
   FRef<PClipMaterial> material_;
   FRef<CmObject> history_;
+  std::function<void(double)> progress_;
 };
 
 class PAudioProcessCommand : public PClipStateCommand {

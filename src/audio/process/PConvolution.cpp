@@ -21,7 +21,7 @@ constexpr const char* kEmptyImpulseMessage = "The impulse file holds no audio!";
 bool readImpulseFile(const std::string& path, std::vector<float>* samples, AudioFile* file, std::string* error) {
   AudioFileReader reader;
   if (path.empty()) return (*error = kNoImpulseMessage, false);
-  if (!reader.open(path)) return (*error = reader.error(), false);
+  if (!reader.open(path)) return (*error = "\"" + path + "\": " + reader.error(), false);
   *file = reader.file();
   const double seconds = static_cast<double>(file->lengthFrames) / file->format.sampleRate;
   if (seconds > PConvolution::kMaximumImpulseSeconds) return (*error = PConvolution::maximumImpulseText(), false);

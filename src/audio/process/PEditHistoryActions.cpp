@@ -2,6 +2,7 @@
 
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PProcessMessages.h"
+#include "model/undo/GUndoManager.h"
 
 namespace vantor {
 
@@ -72,7 +73,7 @@ FRef<MCommand> prepareReplace(FRef<PAudioClip> clip, size_t index, FRef<PAudioPr
 
 FRef<MCommand> prepareFreeze(FRef<PAudioClip> clip, const std::string& folder, FUserMessages& messages) {
   if (editHistoryOf(*clip) == nullptr) return refuse(messages, kFileNotEdited), nullptr;
-  if (messages.ask(kCannotUndoQuestion, {kSureChoice, "Cancel"}, 1) != 0) return nullptr;
+  if (messages.ask(std::string(kCannotUndoQuestion), {kSureChoice, "Cancel"}, 1) != 0) return nullptr;
   return FRef<MCommand>(new PFreezeEditsCommand(std::move(clip), folder, &messages));
 }
 

@@ -27,7 +27,6 @@ inline constexpr const char* kReplaceByAction = "Replace by";
 inline constexpr const char* kReplaceQuestionFormat = "Are you sure you want to replace \"%s\" ?";
 inline constexpr const char* kNoActionSelected = "No action selected!";
 inline constexpr const char* kFileNotEdited = "File has not been edited!";
-inline constexpr const char* kCannotUndoQuestion = "Are you sure? You can not undo this!";
 inline constexpr const char* kSureChoice = "Sure";
 inline constexpr const char* kFlatteningMessage = "Flattening file...";
 

@@ -1,5 +1,6 @@
 #include "audio/process/PProcessRegistration.h"
 
+#include "audio/process/PAddRegionsCommand.h"
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PConvolution.h"
 #include "audio/process/PDCOffset.h"
@@ -35,6 +36,7 @@ void registerAudioProcessClasses() {
   PAudioProcessCommand::classDescriptor();
   PEditHistoryCommand::classDescriptor();
   PFreezeEditsCommand::classDescriptor();
+  PAddRegionsCommand::classDescriptor();
 }
 
 const std::vector<const char*>& audioProcessClassNames() {
