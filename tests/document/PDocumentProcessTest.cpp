@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "PDocumentTestSupport.h"
 #include "audio/files/AudioFileReader.h"
 #include "audio/files/AudioFileWriter.h"
@@ -99,6 +101,59 @@ TEST_F(PDocumentProcess, UndoOfAProcessGivesBackTheProjectBytes) {
   ASSERT_TRUE(undo.undo());
   ASSERT_TRUE(doc.save(dir.file("undone.vpr")));
   EXPECT_EQ(test::readFile(dir.file("undone.vpr")), test::readFile(dir.file("before.vpr")));
+}
+
+// Random sequences of processes and history changes on the clip: undoing
+// them all gives back the project's bytes, and redoing them all the bytes
+// they had made.
+TEST_F(PDocumentProcess, UndoAndRedoOfRandomProcessingRestoreTheBytes) {
+  PDocument doc(messages, prefs);
+  fill(doc);
+  addTake(doc);
+  ASSERT_TRUE(doc.save(dir.file("before.vpr")));
+  FRef<PAudioClip> clip = FRef<PAudioClip>::share(take(doc));
+  const char* const classes[] = {"PGain", "PSilence",   "PFadeIn",   "PFadeOut",
+                                 "PEcho", "PNoiseGate", "PDCOffset", "PEnvelope"};
+  std::mt19937 random(2024);
+  auto pick = [&random](int64_t from, int64_t to) { return std::uniform_int_distribution<int64_t>(from, to)(random); };
+  GUndoManager undo;
+  size_t performed = 0;
+  for (int step = 0; step < 14; ++step) {
+    const PEditHistory* history = editHistoryOf(*clip);
+    const size_t entries = history != nullptr ? history->size() : 0;
+    FRef<MCommand> command;
+    const int64_t kind = entries == 0 ? 0 : pick(0, 3);
+    FRef<PAudioProcess> process = PAudioProcess::create(classes[pick(0, 7)]);
+    std::string error;
+    if (process->getClassName() == std::string("PGain")) {
+      ASSERT_TRUE(process->setParameter("Gain", std::to_string(pick(-20, 6)), &error));
+    }
+    const auto index = static_cast<size_t>(entries > 0 ? pick(0, static_cast<int64_t>(entries) - 1) : 0);
+    if (kind == 0) {
+      const int64_t start = pick(0, 2999);
+      command = makeRef<PAudioProcessCommand>(clip, process, start, pick(1, 3000 - start), dir.file(""), &messages);
+    } else if (kind == 1) {
+      messages.queueAnswer(0);
+      command = prepareRemove(clip, index, dir.file(""), messages);
+    } else if (kind == 2) {
+      messages.queueAnswer(0);
+      command = prepareReplace(clip, index, process, dir.file(""), messages);
+    } else {
+      FRef<PAudioProcess> modified = entryProcess(*clip, index);
+      if (!modified->hasParameters()) continue;
+      command = prepareModify(clip, index, modified, dir.file(""), messages);
+    }
+    ASSERT_TRUE(command) << step;
+    ASSERT_TRUE(undo.perform(command, doc.project()->getRoot())) << step << ": " << command->failure();
+    ++performed;
+  }
+  ASSERT_TRUE(doc.save(dir.file("after.vpr")));
+  for (size_t i = 0; i < performed; ++i) ASSERT_TRUE(undo.undo());
+  ASSERT_TRUE(doc.save(dir.file("undone.vpr")));
+  EXPECT_EQ(test::readFile(dir.file("undone.vpr")), test::readFile(dir.file("before.vpr")));
+  for (size_t i = 0; i < performed; ++i) ASSERT_TRUE(undo.redo());
+  ASSERT_TRUE(doc.save(dir.file("redone.vpr")));
+  EXPECT_EQ(test::readFile(dir.file("redone.vpr")), test::readFile(dir.file("after.vpr")));
 }
 
 }  // namespace
