@@ -13,6 +13,7 @@
 #include "audio/process/PEditHistoryActions.h"
 #include "audio/process/PEvtdetection.h"
 #include "audio/process/PProcessMessages.h"
+#include "audio/process/PStripSilenceCommand.h"
 #include "cli/ProcessArguments.h"
 #include "document/PDocument.h"
 #include "model/tree/MProject.h"
@@ -32,6 +33,7 @@ struct Options {
   int64_t to = -1;  // the clip's end
   bool newVersion = false;
   bool addRegions = false;
+  bool stripSilence = false;
   bool json = false;
 };
 
@@ -57,6 +59,26 @@ PAudioClip* newVersion(PAudioPool& pool, PAudioClip& clip) {
   return pool.addClip(version) != 0 ? added : nullptr;
 }
 
+// Adds the detected regions to the clip and/or strips the silence from its
+// events, as one action, and saves.
+bool applyDetection(CliContext& context, PDocument& document, PAudioClip& clip,
+                    const std::vector<FRef<MRegionMarker>>& regions, const Options& options) {
+  auto macro = makeRef<MMacroCommand>(options.addRegions ? kRegionsFromDetectSilence : kStripSilenceAction);
+  if (options.addRegions) (void)macro->add(makeRef<PAddRegionsCommand>(FRef<PAudioClip>::share(&clip), regions));
+  if (options.stripSilence) {
+    std::vector<SilenceRegion> kept;
+    for (const auto& region : regions) kept.push_back({region->getStart(), region->getEnd()});
+    (void)macro->add(makeRef<PStripSilenceCommand>(FRef<PAudioClip>::share(&clip), std::move(kept)));
+  }
+  GUndoManager undo;
+  if (!undo.perform(macro, document.project()->getRoot())) {
+    report(context, macro->failure().empty() ? std::string("the detection could not be applied") : macro->failure());
+    return false;
+  }
+  document.markModified();
+  return document.save();
+}
+
 int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, const PAudioProcess& process,
                 const Options& options) {
   std::unique_ptr<PAudioWork> work = process.createWork();
@@ -72,15 +94,8 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
     regions =
         PAddRegionsCommand::regionsFor(*detection, static_cast<PEvtdetectionWork&>(*work).regions(), options.from);
   }
-  if (options.addRegions && !regions.empty()) {
-    GUndoManager undo;
-    if (!undo.perform(makeRef<PAddRegionsCommand>(FRef<PAudioClip>::share(&clip), regions),
-                      document.project()->getRoot())) {
-      return report(context, "the regions could not be added"), kExitDataError;
-    }
-    document.markModified();
-    if (!document.save()) return kExitDataError;
-  }
+  const bool changes = (options.addRegions || options.stripSilence) && !regions.empty();
+  if (changes && !applyDetection(context, document, clip, regions, options)) return kExitDataError;
   if (options.json) {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& region : regions) {
@@ -90,15 +105,18 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
                             {"clip", clip.getName()},
                             {"summary", summary},
                             {"regions", list},
-                            {"added", options.addRegions && !regions.empty()}});
+                            {"added", options.addRegions && !regions.empty()},
+                            {"stripped", options.stripSilence && !regions.empty()}});
     return kExitOk;
   }
   for (const auto& region : regions) {
     context.out << fmt::format("{}  start {}  end {}\n", region->getName(), region->getStart(), region->getEnd());
   }
   context.out << summary << "\n";
-  if (options.addRegions && !regions.empty())
+  if (options.addRegions && !regions.empty()) {
     context.out << kRegionsFromDetectSilence << ": " << regions.size() << "\n";
+  }
+  if (options.stripSilence && !regions.empty()) context.out << kStripSilenceAction << "\n";
   return kExitOk;
 }
 
@@ -106,8 +124,8 @@ int runProcess(CliContext& context, const Options& options) {
   std::string error;
   FRef<PAudioProcess> process = findProcess(options.process, &error);
   if (!process || !applyParameters(*process, options.parameters, &error)) return report(context, error), kExitUsage;
-  if (options.addRegions && dynamic_cast<PEvtdetection*>(process.get()) == nullptr) {
-    return report(context, "--add-regions belongs to Detect Silence"), kExitUsage;
+  if ((options.addRegions || options.stripSilence) && dynamic_cast<PEvtdetection*>(process.get()) == nullptr) {
+    return report(context, "--add-regions and --strip-silence belong to Detect Silence"), kExitUsage;
   }
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, options.path, OpenPurpose::kEdit)) return kExitDataError;
@@ -168,6 +186,8 @@ void addProcessCommand(CLI::App& app, CliContext& context, int* exitCode) {
   command->add_flag("--new-version", options->newVersion,
                     "Create New Version: process a new clip of the same audio, keeping this one");
   command->add_flag("--add-regions", options->addRegions, "Detect Silence: add the regions found to the clip");
+  command->add_flag("--strip-silence", options->stripSilence,
+                    "Detect Silence: keep only the regions found in the events that play the clip");
   command->add_flag("--json", options->json, "Print the result as JSON");
   command->callback([&context, exitCode, options] { *exitCode = runProcess(context, *options); });
 }

@@ -14,12 +14,14 @@
 #include "CliTestSupport.h"
 #include "audio/files/AudioFileReader.h"
 #include "audio/files/AudioFileWriter.h"
+#include "audio/pool/MAudioEvent.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipReader.h"
 #include "document/PDocument.h"
 #include "document/PDocumentInit.h"
 #include "document/PPreferences.h"
 #include "foundation/FUserMessages.h"
+#include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 
 namespace vantor {
@@ -166,6 +168,44 @@ TEST_F(CliProcess, DetectSilenceAddsNamedRegions) {
   EXPECT_EQ(none.out, "No region detected!\n");
 }
 
+TEST_F(CliProcess, StripSilenceKeepsTheRegionsOfTheClipsEvents) {
+  {
+    // An audio track whose part plays frames 200..1999 of the clip over
+    // 1800 pulses: one pulse per frame.
+    PDocument doc(messages, prefs);
+    ASSERT_TRUE(doc.open(project));
+    MProject* song = doc.project();
+    FRef<MTrackEvent> track = MProject::createTrack("Audio", "Voice");
+    MTrackEvent* voice = track.get();
+    ASSERT_TRUE(song->addTrack(std::move(track)));
+    auto part = makeRef<MAudioPartEvent>();
+    part->setName("Take");  // which gives the part its node
+    part->setLength(7680);
+    auto event = makeRef<MAudioEvent>(FRef<PAudioClip>::share(PAudioPool::poolOf(*song)->findClip("Take")), 200, 1800);
+    event->setStart(100);
+    event->setLength(1800);
+    static_cast<MPartNode*>(part->getNode())->list().insert(event);
+    ASSERT_TRUE(song->addPart(voice, std::move(part)));
+    doc.markModified();
+    ASSERT_TRUE(doc.save());
+  }
+  const auto stripped = runVantor(
+      {"process", project, "Take", "Detect Silence", "--param", "Min. Closing Time=50", "--strip-silence", "--json"});
+  ASSERT_EQ(stripped.status, 0) << stripped.err;
+  EXPECT_TRUE(nlohmann::json::parse(stripped.out).at("stripped").get<bool>());
+  PDocument doc(messages, prefs);
+  ASSERT_TRUE(doc.openForReading(project));
+  // The bursts [400, 800) and [1400, 1600) as events at 100 + (frame - 200).
+  std::vector<std::vector<double>> events;
+  doc.project()->forEachEvent([&](MEvent& e) {
+    if (auto* audio = dynamic_cast<MAudioEvent*>(&e)) {
+      events.push_back({static_cast<double>(audio->getClipStart()), static_cast<double>(audio->getClipEnd()),
+                        e.getStart(), e.getLength()});
+    }
+  });
+  EXPECT_EQ(events, (std::vector<std::vector<double>>{{400, 800, 300, 400}, {1400, 1600, 1300, 200}}));
+}
+
 TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
   const std::string before = slurp(project);
   struct Case {
@@ -189,7 +229,9 @@ TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
       {{"history", project, "Take", "--remove", "0"}, 2, ""},
       {{"history", project, "Take", "--remove", "1", "--freeze"}, 2, ""},
       {{"history", project, "Take", "--param", "Gain=1"}, 2, "--param belongs to --modify or --replace"},
-      {{"process", project, "Take", "Gain", "--add-regions"}, 2, "--add-regions belongs to Detect Silence"},
+      {{"process", project, "Take", "Gain", "--add-regions"},
+       2,
+       "--add-regions and --strip-silence belong to Detect Silence"},
   };
   for (const Case& c : cases) {
     const auto result = runVantor(c.args);

@@ -12,6 +12,7 @@
 #include "audio/process/PGain.h"
 #include "audio/process/PNoiseGate.h"
 #include "audio/process/PSilence.h"
+#include "audio/process/PStripSilenceCommand.h"
 
 namespace vantor {
 
@@ -37,6 +38,7 @@ void registerAudioProcessClasses() {
   PEditHistoryCommand::classDescriptor();
   PFreezeEditsCommand::classDescriptor();
   PAddRegionsCommand::classDescriptor();
+  PStripSilenceCommand::classDescriptor();
 }
 
 const std::vector<const char*>& audioProcessClassNames() {
