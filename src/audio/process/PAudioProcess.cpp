@@ -136,7 +136,10 @@ bool PAudioProcess::restoreParameters(const FAttributes& stored, std::string* er
     std::string value;
     double number = 0;
     if (spec.kind == PParameterSpec::Kind::kText) {
-      if (!stored.getString(spec.key, &value)) return false;
+      if (!stored.getString(spec.key, &value)) {
+        *error = "\"" + std::string(spec.key) + "\" holds no text";
+        return false;
+      }
     } else if (stored.getFloat(spec.key, &number)) {
       value = spec.kind == PParameterSpec::Kind::kNumber ? formatValue(number) : std::to_string(int64_t(number));
       if (spec.kind == PParameterSpec::Kind::kNumber) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -171,7 +172,14 @@ TEST(PConvolution, MatchesTheDirectFormSum) {
   std::vector<float> mixed(impulse.size() / 2);
   for (size_t i = 0; i < mixed.size(); ++i) mixed[i] = (impulse[2 * i] + impulse[2 * i + 1]) / 2 * 1.9952623f;
   FRef<PAudioProcess> mix = makeProcess("PConvolution", {{"Impulse Path", dir.file("ir.wav")}, {"Gain", "6"}});
+  std::string error;
   expectNear(runProcess(*mix, floatFormat(2, 8000), input), directConvolution(input, mixed, 2, 1), 4e-5f);
+  // Normalised to -6.0206 dBFS, the peak of the (delayed) result is 0.5.
+  ASSERT_TRUE(mix->setParameter("Normalize", "On", &error));
+  ASSERT_TRUE(mix->setParameter("Normalize Level", "-6.020599913", &error));
+  float peak = 0;
+  for (float sample : runProcess(*mix, floatFormat(2, 8000), input)) peak = std::max(peak, std::fabs(sample));
+  EXPECT_NEAR(peak, 0.5f, 1e-6f);
 }
 
 TEST(PConvolution, RefusesLongMissingAndEmptyImpulses) {
