@@ -9,6 +9,7 @@
 #include "audio/pool/PAudioClip.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipMaterial.h"
+#include "audio/pool/PPoolCommands.h"
 #include "audio/process/PProcessRegistration.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
@@ -29,6 +30,7 @@ void registerPoolClasses() {
   GTreeEntry::classDescriptor();
   GTree::classDescriptor();
   PAudioPool::classDescriptor();
+  registerPoolCommandClasses();
 }
 
 void initializeAudio() {

@@ -9,6 +9,7 @@
 #include "cli/CliContext.h"
 #include "cli/ConvertCommand.h"
 #include "cli/DetectSilenceCommand.h"
+#include "cli/PoolCommands.h"
 #include "cli/DumpCommand.h"
 #include "cli/HistoryCommand.h"
 #include "cli/MidiExportCommand.h"
@@ -104,6 +105,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
+  addPoolCommands(app, context, &exitCode);
   addProcessCommand(app, context, &exitCode);
   addHistoryCommand(app, context, &exitCode);
   try {

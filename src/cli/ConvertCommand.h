@@ -1,7 +1,8 @@
 #pragma once
-// `vantor convert IN OUT [--format wav|aiff|aifc] [--bits 16|24|32f]`: an
-// audio file copied into another container or sample width, with its cue
-// entries and broadcast attributes. No sample-rate conversion.
+// `vantor convert IN OUT [--format wav|aiff|aifc|sd2] [--bits 16|24|32f]
+// [--rate HZ] [--no-dither] [--json]`: an audio file copied into another
+// container, sample width or sample rate, with its cue entries and
+// broadcast attributes.
 
 #include <CLI/CLI.hpp>
 

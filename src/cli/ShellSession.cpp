@@ -76,6 +76,7 @@ void ShellSession::addVerbs() {
   addTimeVerbs(verbs_);
   addMarkerVerbs(verbs_);
   addMidiImportVerbs(verbs_);
+  addPoolVerbs(verbs_);
 }
 
 MProject& ShellSession::project() { return *document_.project(); }

@@ -151,5 +151,6 @@ void addQuantizeVerbs(std::vector<ShellVerb>& verbs);
 void addCurrentQuantizeVerbs(std::vector<ShellVerb>& verbs);
 void addMidiExportVerbs(std::vector<ShellVerb>& verbs);
 void addMidiImportVerbs(std::vector<ShellVerb>& verbs);
+void addPoolVerbs(std::vector<ShellVerb>& verbs);
 
 }  // namespace vantor::cli

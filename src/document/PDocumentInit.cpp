@@ -1,10 +1,12 @@
 #include "document/PDocumentInit.h"
 
 #include "audio/AudioInit.h"
+#include "audio/pool/PoolMessages.h"
 #include "document/PAppVersion.h"
 #include "document/PArrangement.h"
 #include "document/PDeviceSetup.h"
 #include "document/PMidiPreferences.h"
+#include "document/PPreferences.h"
 #include "document/PWindowLayouts.h"
 #include "foundation/FInitializer.h"
 #include "midi/MMidiInit.h"
@@ -24,6 +26,9 @@ void initializeDocument() {
   FInitializer::add("document", FInitializer::kDocument, [] {
     registerDocumentClasses();
     declareMidiPreferences();
+    // What importing an audio file does: "Do Nothing", "Open Options
+    // Dialog", "Copy to Project Folder" or "Copy and Convert".
+    PPreferences::declare({kOnImportAudiofilePreference, PPreferences::Kind::kText, kImportDoNothing, 0, 0});
   });
   FInitializer::runAll();
 }

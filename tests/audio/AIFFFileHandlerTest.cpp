@@ -189,5 +189,65 @@ TEST(AIFFFileHandler, BroadcastAttributesRoundTripThroughOurApplicationChunk) {
   EXPECT_EQ(test::readSndfile(dir.file("b.aifc"))->samples, std::vector<float>(8, 0.5f));
 }
 
+TEST(AIFFFileHandler, InstrumentAndAnnotationRoundTripAndLibsndfileReadsThem) {
+  test::TempDir dir;
+  for (const char* type : {"AIFF", "AIFC"}) {
+    AudioFile file = test::makeFile(type, 44100, 2, 16, SampleType::kInteger);
+    file.cues = {{100, 900}, {2000, 3000}};
+    InstrumentInfo inst;
+    inst.baseNote = 57;
+    inst.detune = -12;
+    inst.lowNote = 40;
+    inst.highNote = 70;
+    inst.lowVelocity = 10;
+    inst.highVelocity = 120;
+    inst.gain = -6;
+    inst.sustainLoop = {InstrumentInfo::LoopMode::kForwardBackward, 1};
+    inst.releaseLoop = {InstrumentInfo::LoopMode::kForward, 0};
+    file.instrument = inst;
+    file.annotation = "Take 3 room mic";  // odd: a pad byte follows
+    const std::string path = dir.file("i.aif");
+    ASSERT_TRUE(test::writeOurs(path, file, std::vector<float>(2 * 4000, 0.5f)));
+    AudioFileReader reader;
+    ASSERT_TRUE(reader.open(path));
+    EXPECT_EQ(reader.file().instrument, inst);
+    EXPECT_EQ(reader.file().annotation, file.annotation);
+    EXPECT_EQ(reader.file().cues, file.cues);
+
+    // The chunk by hand: 57, -12, 40, 70, 10, 120, gain -6, then the
+    // sustain loop (mode 2) on cue 1 (markers 3 and 4) and the release loop
+    // (mode 1) on cue 0 (markers 1 and 2).
+    const test::Bytes bytes = test::readBytes(path);
+    const auto inst0 =
+        std::search(bytes.begin(), bytes.end(), std::begin("INST"), std::end("INST") - 1) - bytes.begin();
+    const test::Bytes expected = {0, 0, 0, 20, 57, 0xF4, 40, 70, 10, 120, 0xFF, 0xFA,
+                                  0, 2, 0, 3,  0,  4,    0,  1,  0,  1,   0,    2};
+    EXPECT_EQ(test::Bytes(bytes.begin() + inst0 + 4, bytes.begin() + inst0 + 28), expected) << type;
+    EXPECT_EQ(test::be32(bytes, 4), bytes.size() - 8);  // the form size counts both chunks
+
+    SF_INFO info{};
+    SNDFILE* sf = sf_open(path.c_str(), SFM_READ, &info);
+    ASSERT_NE(sf, nullptr) << type;
+    SF_INSTRUMENT theirs{};
+    ASSERT_EQ(sf_command(sf, SFC_GET_INSTRUMENT, &theirs, sizeof theirs), SF_TRUE);
+    EXPECT_EQ(theirs.basenote, 57);
+    EXPECT_EQ(theirs.detune, -12);
+    EXPECT_EQ(theirs.key_lo, 40);
+    EXPECT_EQ(theirs.key_hi, 70);
+    EXPECT_EQ(theirs.gain, -6);
+    ASSERT_EQ(theirs.loop_count, 2);
+    // libsndfile tells looping from not looping only.
+    EXPECT_NE(theirs.loops[0].mode, SF_LOOP_NONE);
+    EXPECT_EQ(theirs.loops[0].start, 2000u);
+    EXPECT_EQ(theirs.loops[0].end, 3000u);
+    EXPECT_NE(theirs.loops[1].mode, SF_LOOP_NONE);
+    EXPECT_EQ(theirs.loops[1].start, 100u);
+    EXPECT_EQ(theirs.loops[1].end, 900u);
+    const char* comment = sf_get_string(sf, SF_STR_COMMENT);
+    EXPECT_STREQ(comment, "Take 3 room mic");
+    sf_close(sf);
+  }
+}
+
 }  // namespace
 }  // namespace vantor

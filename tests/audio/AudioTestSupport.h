@@ -136,6 +136,11 @@ inline bool writeOurs(const std::string& path, AudioFile file, const std::vector
          writer.close();
 }
 
+// Runs a shell command of an outside tool (sox, sndfile-convert); true when
+// it exited with 0. Its output is dropped.
+inline bool runTool(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
+inline bool haveSox() { return runTool("sox --version"); }
+
 inline AudioFile makeFile(std::string type, float rate, int channels, int bits, SampleType sampleType) {
   AudioFile file;
   file.typeName = std::move(type);

@@ -1,16 +1,12 @@
 // Our files against libsndfile, an independent reader and writer: what we
 // write it reads with the same samples, what it writes we read with the
-// same samples as it does, and so for every WAVE and AIFF file of the
-// shared corpus that we accept.
+// same samples as it does. The shared corpus is read in AudioCorpusTest.
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
 #include <cmath>
-#include <filesystem>
-#include <map>
 #include <random>
-#include <set>
 
 #include "audio/AudioTestSupport.h"
 
@@ -158,44 +154,6 @@ TEST(SndfileInterop, WeReadWhatLibsndfileWritesInEveryFormat) {
     }
   }
   EXPECT_GE(checked, 15);
-}
-
-// Files of the corpus where a rule we keep on purpose reads other samples
-// than libsndfile does, and why.
-const std::map<std::string, const char*> kDifferOnPurpose = {
-    // 24-bit samples in 4-byte slots: we read 3-byte containers whatever
-    // the block align says.
-    {"audio/hound/pcmwaveformat-24bit-4byte-48kHz-stereo.wav", "3-byte containers"},
-};
-
-TEST(SndfileInterop, CorpusFilesReadAsLibsndfileReadsThemOrAreRefused) {
-  const std::filesystem::path root = std::filesystem::path(VANTOR_SHARED_DIR) / "corpus";
-  if (!std::filesystem::exists(root / "audio")) GTEST_SKIP() << "no corpus at " << root;
-  int accepted = 0, refused = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(root / "audio")) {
-    if (!entry.is_regular_file()) continue;
-    const std::string relative = std::filesystem::relative(entry.path(), root).string();
-    SCOPED_TRACE(relative);
-    const auto ours = test::readOurs(entry.path().string(), 1000);
-    if (!ours) {
-      ++refused;
-      continue;
-    }
-    ++accepted;
-    if (kDifferOnPurpose.count(relative) != 0) continue;
-    const auto theirs = test::readSndfile(entry.path().string());
-    ASSERT_TRUE(theirs) << "we accept a file libsndfile refuses";
-    EXPECT_EQ(ours->channels, theirs->channels);
-    EXPECT_EQ(ours->rate, theirs->rate);
-    EXPECT_EQ(ours->samples.size(), theirs->samples.size());
-    EXPECT_TRUE(ours->samples == theirs->samples);
-  }
-  // 88 of the 112 files today; the others are mu-law, a-law, ADPCM, RIFX,
-  // RF64, 64-bit float AIFC, unsigned "raw " AIFC, damaged files, and one
-  // whose odd-sized chunk is followed by a pad byte.
-  EXPECT_GE(accepted, 88);
-  RecordProperty("accepted", accepted);
-  RecordProperty("refused", refused);
 }
 
 TEST(SndfileInterop, EveryTruncationFailsCleanlyOrReadsAPrefix) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <vector>
 
@@ -51,6 +53,7 @@ TEST(CliConvert, ChangesContainerAndWidthKeepingSamplesAndCues) {
       {{"out.aifc"}, "AIFC", 24, SampleType::kInteger},
       {{"out.bin", "--format", "aifc", "--bits", "32f"}, "AIFC", 32, SampleType::kFloat},
       {{"out.wav", "--bits", "32f"}, "WAVE", 32, SampleType::kFloat},
+      {{"out.sd2", "--bits", "16"}, "SDII", 16, SampleType::kInteger},
   };
   for (const Case& c : cases) {
     std::vector<std::string> args = {"convert", source, (dir / c.args[0]).string()};
@@ -63,8 +66,41 @@ TEST(CliConvert, ChangesContainerAndWidthKeepingSamplesAndCues) {
     EXPECT_EQ(converted.typeName, c.typeName);
     EXPECT_EQ(converted.format.bitsPerSample, c.bits);
     EXPECT_EQ(converted.format.sampleType, c.type);
-    EXPECT_EQ(converted.cues.front(), (CueEntry{100, 200}));
+    // SDII holds no markers.
+    if (converted.typeName != "SDII") EXPECT_EQ(converted.cues.front(), (CueEntry{100, 200}));
   }
+}
+
+TEST(CliConvert, ChangesTheRateAndPrintsJson) {
+  TempFolder dir;
+  const std::string source = (dir / "source.aiff").string();
+  AudioFile file;
+  file.typeName = "AIFF";
+  file.format.sampleRate = 44100;
+  file.format.channels = 1;
+  file.cues = {{441, 882}};
+  std::vector<float> signal(4410, 0.25f);
+  AudioFileWriter writer;
+  ASSERT_TRUE(writer.open(source, file) && writer.writeFrames(signal.data(), 4410) && writer.close());
+  const auto result =
+      runVantor({"convert", source, (dir / "out.wav").string(), "--rate", "48000", "--bits", "24", "--json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const auto json = nlohmann::json::parse(result.out);
+  // 4410 frames are 0.1 s: 4800 frames at 48 kHz; the cues scale alike.
+  EXPECT_EQ(json["frames"], 4800);
+  EXPECT_EQ(json["sampleRate"], 48000.0);
+  EXPECT_EQ(json["bits"], 24);
+  EXPECT_EQ(json["type"], "WAVE");
+  EXPECT_EQ(json["kind"], "Wave File");
+  EXPECT_EQ(json["cues"], nlohmann::json::parse("[[480, 960]]"));
+  AudioFile converted;
+  const std::vector<float> samples = readAll((dir / "out.wav").string(), &converted);
+  EXPECT_EQ(converted.lengthFrames, 4800);
+  EXPECT_NEAR(samples[2400], 0.25f, 1e-4f);
+  for (const char* bad : {"0", "-48000", "nan", "800000", "fast"}) {
+    EXPECT_EQ(runVantor({"convert", source, (dir / "bad.wav").string(), "--rate", bad}).status, 2) << bad;
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / "bad.wav"));
 }
 
 TEST(CliConvert, RefusesBadFilesAndBadOptions) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 namespace vantor {
@@ -65,6 +66,40 @@ bool writeMarkChunk(FStream& stream, const std::vector<CueEntry>& cues) {
   return true;
 }
 
+// "INST": base note, detune, note and velocity ranges (one byte each), the
+// gain (16 bits), then the sustain and the release loop, each as play mode,
+// begin and end marker id (16 bits each). A loop names cue entry c through
+// its two markers, ids 2c + 1 and 2c + 2; a loop of no cue entry has mode
+// 0 and marker ids 0.
+constexpr uint32_t kInstrumentSize = 20;
+
+bool writeLoop(FStream& stream, const InstrumentInfo::Loop& loop, size_t cues) {
+  const bool valid = loop.cue >= 0 && static_cast<size_t>(loop.cue) < cues && loop.cue < 0x7FFF;
+  const auto mode = valid ? static_cast<int16_t>(loop.mode) : int16_t{0};
+  const auto begin = valid ? static_cast<int16_t>(2 * loop.cue + 1) : int16_t{0};
+  return stream.writeInt16(mode) && stream.writeInt16(begin) && stream.writeInt16(valid ? begin + 1 : 0);
+}
+
+bool writeInstrumentChunk(FStream& stream, const InstrumentInfo& inst, size_t cues) {
+  const int8_t bytes[6] = {inst.baseNote, inst.detune,      inst.lowNote,
+                           inst.highNote, inst.lowVelocity, inst.highVelocity};
+  return writeChunkHeader(stream, "INST", kInstrumentSize) && stream.writeRaw(bytes, 6) &&
+         stream.writeInt16(inst.gain) && writeLoop(stream, inst.sustainLoop, cues) &&
+         writeLoop(stream, inst.releaseLoop, cues);
+}
+
+// "ANNO": the text as it is, padded to an even size.
+constexpr size_t kMaxAnnotation = 0xFFFF;
+uint32_t annotationSize(const std::string& text) {
+  return static_cast<uint32_t>(std::min(text.size(), kMaxAnnotation));
+}
+bool writeAnnotationChunk(FStream& stream, const std::string& text) {
+  const uint32_t size = annotationSize(text);
+  const uint8_t zero = 0;
+  return writeChunkHeader(stream, "ANNO", size) && stream.writeRaw(text.data(), size) &&
+         ((size & 1) == 0 || stream.writeRaw(&zero, 1));
+}
+
 // Our application chunk: the signature, then the broadcast attributes'
 // description, author and reference as Pascal strings.
 uint32_t applicationSize(const BroadcastAttributes& b) {
@@ -78,7 +113,21 @@ bool writeApplicationChunk(FStream& stream, const BroadcastAttributes& b) {
 
 // --- Reading ---------------------------------------------------------------
 
-enum ChunkFlag : unsigned { kCommChunk = 1, kSoundChunk = 2, kMarkChunk = 4, kOwnApplChunk = 8 };
+enum ChunkFlag : unsigned {
+  kCommChunk = 1,
+  kSoundChunk = 2,
+  kMarkChunk = 4,
+  kOwnApplChunk = 8,
+  kInstChunk = 16,
+  kAnnoChunk = 32
+};
+
+// A loop as stored: play mode and marker ids, resolved once the markers
+// are known.
+struct StoredLoop {
+  int16_t mode = 0;
+  int16_t begin = 0;
+};
 
 struct AiffChunks {
   unsigned flags = 0;
@@ -91,6 +140,10 @@ struct AiffChunks {
   int64_t dataStart = 0;
   int64_t dataBytes = 0;
   std::vector<CueEntry> cues;
+  std::vector<uint16_t> markerIds;  // in the order stored
+  std::optional<InstrumentInfo> instrument;
+  StoredLoop loops[2];  // sustain, release
+  std::string annotation;
   bool rex = false;
   FRef<BroadcastAttributes> broadcast;
 };
@@ -121,10 +174,41 @@ void readMarkChunk(FStream& stream, uint32_t size, AiffChunks* found) {
     left -= 7 + nameBytes;
     if (left < 0 || !stream.skip(nameBytes)) break;
     positions.push_back(static_cast<int32_t>(position));
+    found->markerIds.push_back(id);
   }
   for (size_t i = 0; i < positions.size(); i += 2) {
     found->cues.push_back({positions[i], positions[std::min(i + 1, positions.size() - 1)]});
   }
+}
+
+bool readInstrumentChunk(FStream& stream, uint32_t size, AiffChunks* found) {
+  int8_t bytes[6];
+  InstrumentInfo inst;
+  if (size < kInstrumentSize || !stream.readRaw(bytes, 6) || !stream.readInt16(&inst.gain)) return false;
+  inst.baseNote = bytes[0];
+  inst.detune = bytes[1];
+  inst.lowNote = bytes[2];
+  inst.highNote = bytes[3];
+  inst.lowVelocity = bytes[4];
+  inst.highVelocity = bytes[5];
+  int16_t end = 0;
+  for (StoredLoop& loop : found->loops) {
+    if (!stream.readInt16(&loop.mode) || !stream.readInt16(&loop.begin) || !stream.readInt16(&end)) return false;
+  }
+  found->instrument = inst;
+  return true;
+}
+
+// The cue entry a stored loop names: the pair that its begin marker opens
+// (markers pair in the order stored). Unknown markers and modes give none.
+InstrumentInfo::Loop resolveLoop(const StoredLoop& stored, const std::vector<uint16_t>& markerIds) {
+  InstrumentInfo::Loop loop;
+  if (stored.mode < 1 || stored.mode > 2) return loop;
+  const auto at = std::find(markerIds.begin(), markerIds.end(), static_cast<uint16_t>(stored.begin));
+  if (at == markerIds.end()) return loop;
+  loop.mode = static_cast<InstrumentInfo::LoopMode>(stored.mode);
+  loop.cue = static_cast<int>((at - markerIds.begin()) / 2);
+  return loop;
 }
 
 // A Pascal string of at most left bytes (count, text and pad).
@@ -168,6 +252,18 @@ void readChunk(FStream& stream, const char* id, uint32_t size, int64_t available
     found->dataBytes = std::max<int64_t>(0, std::min<int64_t>(int64_t{size}, available) - 8 - offset);
   } else if (isId(id, "APPL")) {
     readApplicationChunk(stream, std::min<int64_t>(size, available), found);
+  } else if (isId(id, "INST") && !(found->flags & kInstChunk)) {
+    found->flags |= kInstChunk;
+    // A short or cut chunk is passed over, as an unknown one would be.
+    if (!readInstrumentChunk(stream, static_cast<uint32_t>(std::min<int64_t>(size, available)), found)) {
+      found->instrument.reset();
+    }
+  } else if (isId(id, "ANNO") && !(found->flags & kAnnoChunk)) {
+    found->flags |= kAnnoChunk;
+    found->annotation.resize(
+        static_cast<size_t>(std::clamp<int64_t>(std::min<int64_t>(size, available), 0, kMaxAnnotation)));
+    if (!stream.readRaw(found->annotation.data(), static_cast<int64_t>(found->annotation.size())))
+      found->annotation.clear();
   } else if (isId(id, "MARK") && !(found->flags & kMarkChunk)) {
     found->flags |= kMarkChunk;
     readMarkChunk(stream, static_cast<uint32_t>(std::min<int64_t>(size, available)), found);
@@ -275,6 +371,12 @@ bool AIFFFileHandler::readHeader(FStream& stream, AudioFile* file) const {
   file->cues = std::move(found.cues);
   file->rex = found.rex;
   file->broadcastAttributes = found.broadcast;
+  file->annotation = std::move(found.annotation);
+  if (found.instrument) {
+    found.instrument->sustainLoop = resolveLoop(found.loops[0], found.markerIds);
+    found.instrument->releaseLoop = resolveLoop(found.loops[1], found.markerIds);
+    file->instrument = found.instrument;
+  }
   return true;
 }
 
@@ -297,11 +399,15 @@ bool AIFFFileHandler::writeHeader(FStream& stream, AudioFile* file) const {
   uint32_t formSize = 54;
   if (compression != nullptr) formSize += 4 + pascalSize(compression->name) + 12;
   if (!file->cues.empty()) formSize += 8 + 2 + 16 * static_cast<uint32_t>(std::min<size_t>(file->cues.size(), 0x7FFF));
+  if (file->instrument) formSize += 8 + kInstrumentSize;
+  if (!file->annotation.empty()) formSize += 8 + ((annotationSize(file->annotation) + 1) & ~1u);
   if (file->broadcastAttributes) formSize += 8 + applicationSize(*file->broadcastAttributes);
   bool ok = writeChunkHeader(stream, "FORM", formSize) && writeId(stream, aifc ? "AIFC" : "AIFF") &&
             writeCommChunk(stream, *file, compression);
   if (ok && aifc) ok = writeChunkHeader(stream, "FVER", 4) && stream.writeUInt32(kAifcVersion);
   if (ok && !file->cues.empty()) ok = writeMarkChunk(stream, file->cues);
+  if (ok && file->instrument) ok = writeInstrumentChunk(stream, *file->instrument, file->cues.size());
+  if (ok && !file->annotation.empty()) ok = writeAnnotationChunk(stream, file->annotation);
   if (ok && file->broadcastAttributes) ok = writeApplicationChunk(stream, *file->broadcastAttributes);
   if (!ok || !writeChunkHeader(stream, "SSND", 8) || !stream.writeUInt32(0) || !stream.writeUInt32(0)) return false;
   file->dataStart = stream.position();

@@ -10,7 +10,11 @@
 // stored, and a last unpaired marker becomes an entry whose two positions
 // are equal. Broadcast attributes (description, author, reference) travel
 // in an application chunk of our own signature, "Vrqm"; one signed "REX "
-// marks a REX file. Chunks are padded to even sizes, as the format requires.
+// marks a REX file. An annotation travels in an "ANNO" chunk (the text as
+// it is, at most 65535 bytes; the first such chunk is read), sampler
+// settings in an "INST" chunk whose loops name cue entries through their
+// markers (see InstrumentInfo). Chunks are padded to even sizes, as the
+// format requires.
 
 #include "audio/files/AudioFileHandler.h"
 

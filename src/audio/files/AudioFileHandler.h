@@ -8,13 +8,23 @@
 // samples.
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "audio/files/AudioFile.h"
+#include "audio/files/AudioSampleSource.h"
 #include "foundation/FStream.h"
 
 namespace vantor {
+
+// A file that belongs beside an audio file (the resource part of an SDII
+// file): where it goes and what it holds.
+struct AudioFileCompanion {
+  std::string path;
+  std::vector<uint8_t> bytes;
+};
 
 class AudioFileHandler {
  public:
@@ -31,6 +41,17 @@ class AudioFileHandler {
   // Whether the bytes at the stream's start carry this handler's container
   // and form identifiers. Moves the stream's position.
   [[nodiscard]] virtual bool recognize(FStream& stream) const = 0;
+  // Whether the file at path, open in stream, is this handler's. Formats
+  // known by more than their first bytes (a companion file beside them, a
+  // name) look at path too; the others answer as recognize(). Moves the
+  // stream's position.
+  [[nodiscard]] virtual bool recognizeFile(FStream& stream, const std::string& path) const {
+    (void)path;
+    return recognize(stream);
+  }
+  // Why a file this handler recognised could not be read, in the system's
+  // words ("Error: Invalid or unsupported file!" unless it knows better).
+  virtual std::string refusal(const std::string& path) const;
   // Reads the header of the file in stream into file: its type name,
   // format, data start, length in frames (never more than the file holds)
   // and markers. False for a file this handler cannot read; file is then
@@ -47,6 +68,26 @@ class AudioFileHandler {
   [[nodiscard]] virtual bool finish(FStream& stream, AudioFile* file, int64_t frames) const = 0;
   // The display name of this file's kind ("Wave File", "AIFC File", ...).
   virtual std::string displayName(const AudioFile& file) const = 0;
+
+  // Whether writeHeader() and finish() make files of this kind; false for
+  // formats read through an outside decoder.
+  virtual bool canWrite() const { return true; }
+  // Whether the samples must be decoded through openSamples(); false for
+  // plain frames at file.dataStart, which the reader reads itself.
+  virtual bool decodesSamples() const { return false; }
+  // A source that decodes the samples of file (read by readHeader() from
+  // file.path), or nullptr when the decoder refuses it.
+  virtual std::unique_ptr<AudioSampleSource> openSamples(const AudioFile& file) const {
+    (void)file;
+    return nullptr;
+  }
+  // The companion file that goes with file once finish() has run, or
+  // nullopt for formats without one. AudioFileWriter puts it in place
+  // safely along with the file.
+  virtual std::optional<AudioFileCompanion> companion(const AudioFile& file) const {
+    (void)file;
+    return std::nullopt;
+  }
 };
 
 class AudioFileHandlers {
@@ -55,7 +96,9 @@ class AudioFileHandlers {
   static const std::vector<const AudioFileHandler*>& all();
   // The first handler that recognises the stream, or nullptr.
   static const AudioFileHandler* recognize(FStream& stream);
-  // The handler registered under a type name ("WAVE", "AIFF", "AIFC").
+  // The first handler that recognises the file at path, open in stream.
+  static const AudioFileHandler* recognizeFile(FStream& stream, const std::string& path);
+  // The handler registered under a type name ("WAVE", "AIFF", "AIFC", "SDII", "FLAC", ...).
   static const AudioFileHandler* byTypeName(const std::string& typeName);
 };
 

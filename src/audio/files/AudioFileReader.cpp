@@ -18,6 +18,7 @@ AudioFileReader::~AudioFileReader() { close(); }
 void AudioFileReader::close() {
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
+  source_.reset();
   file_ = AudioFile{};
   handler_ = nullptr;
   position_ = 0;
@@ -33,12 +34,31 @@ bool AudioFileReader::open(const std::string& path) {
       return false;
     }
     file_.path = path;
-    handler_ = AudioFileHandlers::recognize(stream);
-    if (handler_ == nullptr || !handler_->readHeader(stream, &file_) || !isSupportedEncoding(file_.encoding())) {
+    handler_ = AudioFileHandlers::recognizeFile(stream, path);
+    if (handler_ == nullptr || !handler_->readHeader(stream, &file_)) {
+      error_ = handler_ != nullptr ? handler_->refusal(path) : kInvalidAudioFileMessage;
       close();
-      error_ = kInvalidAudioFileMessage;
       return false;
     }
+  }
+  return handler_->decodesSamples() ? openSource() : openPlain(path);
+}
+
+bool AudioFileReader::openSource() {
+  source_ = handler_->openSamples(file_);
+  if (source_ == nullptr) {
+    error_ = kInvalidAudioFileMessage;
+    close();
+    return false;
+  }
+  return true;
+}
+
+bool AudioFileReader::openPlain(const std::string& path) {
+  if (!isSupportedEncoding(file_.encoding())) {
+    error_ = kInvalidAudioFileMessage;
+    close();
+    return false;
   }
   fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd_ < 0) {
@@ -52,12 +72,21 @@ bool AudioFileReader::open(const std::string& path) {
 }
 
 bool AudioFileReader::seekFrame(int64_t frame) {
-  if (fd_ < 0 || frame < 0 || frame > file_.lengthFrames) return false;
+  if ((fd_ < 0 && !source_) || frame < 0 || frame > file_.lengthFrames) return false;
+  if (source_ && !source_->seekFrame(frame)) return false;
   position_ = frame;
   return true;
 }
 
 int64_t AudioFileReader::readFrames(float* samples, int64_t frames) {
+  if (!source_) return readPlain(samples, frames);
+  frames = std::clamp<int64_t>(frames, 0, file_.lengthFrames - position_);
+  const int64_t got = source_->readFrames(samples, frames);
+  if (got > 0) position_ += got;
+  return got;
+}
+
+int64_t AudioFileReader::readPlain(float* samples, int64_t frames) {
   if (fd_ < 0) return -1;
   const int64_t frameBytes = file_.format.blockAlign();
   const int64_t blockFrames = std::max<int64_t>(1, kBlockBytes / frameBytes);

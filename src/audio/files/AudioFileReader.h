@@ -1,10 +1,12 @@
 #pragma once
 // Reads the samples of an audio file as 32-bit float, interleaved, a block
 // of frames at a time. The header is read through the handler that
-// recognises the file; the samples are read from the file in large blocks
-// (never the whole file at once) and converted in place.
+// recognises the file; plain samples are read from the file in large blocks
+// (never the whole file at once) and converted in place, and those of
+// compressed formats come from the handler's decoder.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,7 +24,8 @@ class AudioFileReader {
 
   // Opens path and reads its header. False when the file cannot be opened
   // (error() holds the system's reason) or no handler can read it (error()
-  // is "Error: Invalid or unsupported file!"); the reader is then closed.
+  // is "Error: Invalid or unsupported file!", or the handler's own reason);
+  // the reader is then closed.
   [[nodiscard]] bool open(const std::string& path);
   void close();
 
@@ -42,7 +45,12 @@ class AudioFileReader {
   static constexpr int64_t kBlockBytes = int64_t{1} << 18;
 
  private:
+  bool openSource();
+  bool openPlain(const std::string& path);
+  int64_t readPlain(float* samples, int64_t frames);
+
   int fd_ = -1;
+  std::unique_ptr<AudioSampleSource> source_;
   AudioFile file_;
   const AudioFileHandler* handler_ = nullptr;
   SampleEncoding encoding_;

@@ -41,7 +41,7 @@ bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
   file_.path = path;
   frames_ = 0;
   handler_ = AudioFileHandlers::byTypeName(file.typeName);
-  if (handler_ == nullptr || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
+  if (handler_ == nullptr || !handler_->canWrite() || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
   // Write protection is the file's own mode, whoever runs the program.
   struct stat info {};
   if (::stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
@@ -81,7 +81,7 @@ bool AudioFileWriter::close() {
   if (handler_ == nullptr) return false;
   if (!handler_->finish(stream_, &file_, frames_)) {
     // finish refuses only sizes beyond the container's 32-bit fields.
-    return stream_.failed() ? failWrite(errno) : fail("The file is larger than its format can hold (4 GB).");
+    return stream_.failed() ? failWrite(errno) : fail(kFileTooLargeMessage);
   }
   if (!stream_.close(true)) return failWrite(errno);
   // mkstemp makes the file readable by its owner alone; a new audio file
@@ -89,9 +89,59 @@ bool AudioFileWriter::close() {
   const mode_t mask = ::umask(0);
   ::umask(mask);
   (void)::chmod(temporary_.c_str(), 0666 & ~mask);
-  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) return failWrite(errno);
+  const std::optional<AudioFileCompanion> companion = handler_->companion(file_);
+  std::string companionTemporary;
+  if (companion && !writeCompanion(*companion, &companionTemporary)) return false;
+  (void)::chmod(companionTemporary.c_str(), 0666 & ~mask);
+  if (!putInPlace(companion, companionTemporary)) return false;
   temporary_.clear();
   handler_ = nullptr;
+  return true;
+}
+
+bool AudioFileWriter::writeCompanion(const AudioFileCompanion& companion, std::string* temporary) {
+  std::string pattern = companion.path + ".XXXXXX";
+  const int fd = ::mkstemp(pattern.data());
+  if (fd < 0) return failWrite(errno);
+  FFileStream stream;
+  if (!stream.adoptForWriting(fd)) return failWrite(errno);
+  const bool written = stream.writeRaw(companion.bytes.data(), static_cast<int64_t>(companion.bytes.size()));
+  if (!stream.close(true) || !written) {
+    const int error = errno;
+    ::unlink(pattern.c_str());
+    return failWrite(error);
+  }
+  *temporary = pattern;
+  return true;
+}
+
+bool AudioFileWriter::putInPlace(const std::optional<AudioFileCompanion>& companion,
+                                 const std::string& companionTemporary) {
+  if (!companion) {
+    return std::rename(temporary_.c_str(), target_.c_str()) == 0 || failWrite(errno);
+  }
+  // The old companion stays reachable under a second name until the new
+  // file is in place.
+  std::string backup = companion->path + ".old.XXXXXX";
+  const int fd = ::mkstemp(backup.data());
+  if (fd >= 0) ::close(fd);
+  const bool hadOld = fd >= 0 && ::unlink(backup.c_str()) == 0 && ::link(companion->path.c_str(), backup.c_str()) == 0;
+  if (std::rename(companionTemporary.c_str(), companion->path.c_str()) != 0) {
+    const int error = errno;
+    ::unlink(companionTemporary.c_str());
+    if (hadOld) ::unlink(backup.c_str());
+    return failWrite(error);
+  }
+  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
+    const int error = errno;
+    if (hadOld) {
+      (void)std::rename(backup.c_str(), companion->path.c_str());
+    } else {
+      ::unlink(companion->path.c_str());
+    }
+    return failWrite(error);
+  }
+  if (hadOld) ::unlink(backup.c_str());
   return true;
 }
 

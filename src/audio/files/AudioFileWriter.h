@@ -5,6 +5,7 @@
 // target byte for byte.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,10 @@ class AudioFileWriter {
   // failed; "There is not enough disk space for this operation!" when the
   // disk was full.
   [[nodiscard]] bool writeFrames(const float* samples, int64_t frames);
-  // Writes the real sizes, syncs and puts the file in place. False leaves
-  // the target as it was.
+  // Writes the real sizes, syncs and puts the file in place, with its
+  // companion file where the format has one (written to a temporary file
+  // and renamed likewise; should the file's own rename then fail, the old
+  // companion is put back). False leaves the target as it was.
   [[nodiscard]] bool close();
   // Drops the unfinished file.
   void abandon();
@@ -49,6 +52,11 @@ class AudioFileWriter {
   bool fail(const std::string& message);
   // The message for a failed write, by the errno it left.
   bool failWrite(int error);
+  // Writes the companion's bytes to a synced temporary file beside it.
+  bool writeCompanion(const AudioFileCompanion& companion, std::string* temporary);
+  // Renames the companion's temporary file and then the file's over their
+  // targets; false, with the old companion back, when either fails.
+  bool putInPlace(const std::optional<AudioFileCompanion>& companion, const std::string& companionTemporary);
 
   FFileStream stream_;
   std::string target_;

@@ -15,12 +15,15 @@ PAudioPool::PAudioPool() : tree_(makeRef<GTree>()) { ensureTrash(); }
 PAudioPool* PAudioPool::poolOf(const MProject& project) { return dynamic_cast<PAudioPool*>(project.getPool()); }
 
 PAudioPool* PAudioPool::ensurePool(MProject& project) {
-  if (PAudioPool* pool = poolOf(project)) return pool;
-  auto pool = makeRef<PAudioPool>();
-  pool->setWorkingDirectory(project.getWorkingDirectory());
-  PAudioPool* raw = pool.get();
-  project.setPool(std::move(pool));
-  return raw;
+  PAudioPool* pool = poolOf(project);
+  if (pool == nullptr) {
+    auto made = makeRef<PAudioPool>();
+    pool = made.get();
+    project.setPool(std::move(made));
+  }
+  // The project's folder rules: it follows the file when the project moves.
+  if (!project.getWorkingDirectory().empty()) pool->setWorkingDirectory(project.getWorkingDirectory());
+  return pool;
 }
 
 void PAudioPool::ensureTrash() {
@@ -61,6 +64,11 @@ int64_t PAudioPool::indexOf(const PAudioClip* clip) const {
     if (clips_[i].get() == clip) return static_cast<int64_t>(i);
   }
   return -1;
+}
+
+void PAudioPool::setNextPoolID(uint32_t next) {
+  for (const auto& clip : clips_) next = std::max(next, clip->getPoolID() + 1);
+  nextId_ = std::max(next, 1u);
 }
 
 uint32_t PAudioPool::addClip(FRef<PAudioClip> clip, GTreeEntry* folder) {

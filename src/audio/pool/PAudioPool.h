@@ -26,8 +26,9 @@ class PAudioPool : public FShared {
   // An empty pool: the media tree with its trash folder.
   PAudioPool();
 
-  // The pool of project, or nullptr when it has none; poolOf with create
-  // gives a project without one a new, empty pool.
+  // The pool of project, or nullptr when it has none. ensurePool gives a
+  // project without one a new, empty pool, and sets the pool's working
+  // directory to the project's (when that is known).
   static PAudioPool* poolOf(const MProject& project);
   static PAudioPool* ensurePool(MProject& project);
 
@@ -68,6 +69,9 @@ class PAudioPool : public FShared {
   void setWorkingDirectory(std::string path) { workingDirectory_ = std::move(path); }
   // The ID the next clip gets.
   uint32_t nextPoolID() const { return nextId_; }
+  // For undo: the counter as it was before clips were added (never below
+  // one above the highest ID in the pool).
+  void setNextPoolID(uint32_t next);
 
   // Archive: "Working Directory" (string), the next pool ID (32-bit),
   // 32-bit clip count and the clips, the "Media Tree" (a GTree record) and

@@ -53,6 +53,9 @@ inline constexpr const char* kImportDoNothing = "Do Nothing";
 inline constexpr const char* kImportOpenOptionsDialog = "Open Options Dialog";
 inline constexpr const char* kImportCopyToProjectFolder = "Copy to Project Folder";
 inline constexpr const char* kImportCopyAndConvert = "Copy and Convert";
+inline constexpr const char* kCopyFileToWorkingDirectory = "Copy File to Working Directory";
+inline constexpr const char* kCopyFilesToWorkingDirectory = "Copy Files to Working Directory";
+inline constexpr const char* kConvertIfNeeded = "Convert if needed";
 inline constexpr const char* kRateConversionLine = "=> %.3f kHz to %.3f kHz";
 inline constexpr const char* kSampleSizeConversionLine = "=> %d Bit to %d Bit";
 
@@ -60,6 +63,10 @@ inline constexpr const char* kSampleSizeConversionLine = "=> %d Bit to %d Bit";
 inline constexpr const char* kInsertAtCursor = "At Cursor";
 inline constexpr const char* kInsertAtOrigin = "At Origin";
 inline constexpr const char* kInsertAtTimecode = "At Timecode Position...";
+
+// Copying into the project folder of a project that has none yet.
+inline constexpr const char* kNoProjectFolderMessage =
+    "The project has no folder yet: save it before copying files into it.";
 
 // Why a clip could not be read: the file lies beyond its end.
 inline constexpr const char* kClipFileTooShort = kInvalidAudioFileMessage;

@@ -1,0 +1,134 @@
+// The shell verbs of the audio pool: listing it, "Import Medium",
+// "Insert into Project", "Create Regions", "New Version", "Remove Unused
+// Media" and "Create Folder", each changing one an undoable step.
+
+#include <ostream>
+
+#include "audio/pool/PAudioImporter.h"
+#include "audio/pool/PAudioPool.h"
+#include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolOperations.h"
+#include "audio/pool/PoolMessages.h"
+#include "cli/PoolCommands.h"
+#include "cli/ShellSession.h"
+#include "model/tree/MProject.h"
+
+namespace vantor::cli {
+
+namespace {
+
+PAudioPool& poolOf(ShellSession& s) { return *PAudioPool::ensurePool(s.project()); }
+
+PAudioClip* clipOf(ShellSession& s, const std::string& text) {
+  PAudioClip* clip = findPoolClip(&poolOf(s), text);
+  if (clip == nullptr) s.fail("the pool has no clip \"" + text + "\"");
+  return clip;
+}
+
+// A count of frames: digits only, at most 18 of them.
+bool parseFrames(const std::string& text, int64_t* out) {
+  if (text.empty() || text.size() > 18 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+  *out = std::stoll(text);
+  return true;
+}
+
+bool listPool(ShellSession& s, const ShellArgs& a) {
+  if (!a.empty()) return s.fail("usage: pool");
+  PAudioPool& pool = poolOf(s);
+  const auto usage = clipUsage(s.project());
+  for (const auto& clip : pool.clips()) {
+    const auto found = usage.find(clip.get());
+    s.out() << clipLine(*clip, found == usage.end() ? 0 : found->second) << "\n";
+  }
+  s.out() << formatPoolInfo(poolInfo(s.project(), pool)) << "\n";
+  return true;
+}
+
+bool importMedium(ShellSession& s, const ShellArgs& a) {
+  if (a.empty()) return s.fail("usage: pool import FILE...");
+  const std::string choice = s.context().preferences.getString(kOnImportAudiofilePreference);
+  const PImportOptions options = importOptionsFor(importActionFromName(choice).value_or(PImportAction::kDoNothing),
+                                                  s.context().messages, a.size());
+  FRef<MCommand> command = makeImportMediumCommand(poolOf(s), std::vector<std::string>(a.begin(), a.end()), options,
+                                                   nullptr, s.context().messages);
+  if (!command) return false;
+  if (!s.perform(command)) return false;
+  for (const auto& clip : static_cast<PAddClipsCommand&>(*command).clips()) s.out() << clipLine(*clip, 0) << "\n";
+  return true;
+}
+
+bool insertClip(ShellSession& s, const ShellArgs& a) {
+  if (a.size() < 2 || a.size() > 3) return s.fail("usage: pool insert CLIP TRACK [POSITION|origin]");
+  PAudioClip* clip = clipOf(s, a[0]);
+  if (clip == nullptr) return false;
+  MTrackEvent* track = s.track(a[1]);
+  if (track == nullptr) return false;
+  PInsertAt at = PInsertAt::kCursor;
+  double position = 0;
+  if (a.size() == 3 && a[2] == "origin") {
+    at = PInsertAt::kOrigin;
+  } else if (a.size() == 3) {
+    const auto parsed = s.position(a[2]);
+    if (!parsed) return false;
+    position = *parsed;
+  }
+  std::string error;
+  FRef<MCommand> command = makeInsertClipCommand(s.project(), *track, *clip, at, position, 0, -1, std::nullopt, &error);
+  if (!command) return s.fail("\"" + clip->getName() + "\": " + error);
+  return s.perform(command);
+}
+
+bool createRegion(ShellSession& s, const ShellArgs& a) {
+  int64_t start = 0, length = 0;
+  if (a.size() != 4 || !parseFrames(a[2], &start) || !parseFrames(a[3], &length)) {
+    return s.fail("usage: pool region CLIP NAME START LENGTH (frames)");
+  }
+  PAudioClip* clip = clipOf(s, a[0]);
+  if (clip == nullptr) return false;
+  FRef<MCommand> command = makeCreateRegionsCommand(*clip, {makeRef<MRegionMarker>(a[1], start, length)});
+  if (!command) return s.fail("the region lies beyond the end of \"" + clip->getName() + "\"");
+  return s.perform(command);
+}
+
+bool newVersion(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool version CLIP");
+  PAudioClip* clip = clipOf(s, a[0]);
+  if (clip == nullptr) return false;
+  FRef<MCommand> command = makeNewVersionCommand(poolOf(s), *clip);
+  if (!s.perform(command)) return false;
+  s.out() << clipLine(*static_cast<PAddClipsCommand&>(*command).clips().front(), 0) << "\n";
+  return true;
+}
+
+bool removeUnused(ShellSession& s, const ShellArgs& a) {
+  if (!a.empty()) return s.fail("usage: pool remove-unused");
+  FRef<MCommand> command = makeRemoveUnusedCommand(s.project(), poolOf(s));
+  if (!command) {
+    s.out() << "no unused media\n";
+    return true;
+  }
+  return s.perform(command);
+}
+
+bool createFolder(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool folder NAME");
+  GTreeEntry* root = poolOf(s).tree().root();
+  return s.perform(
+      FRef<MCommand>(new PCreateFolderCommand(FRef<GTreeEntry>::share(root), freeFolderName(*root, a[0]))));
+}
+
+}  // namespace
+
+void addPoolVerbs(std::vector<ShellVerb>& verbs) {
+  verbs.push_back({"pool", "", "list the audio pool's clips and its information line", listPool});
+  verbs.push_back({"pool import", "FILE...", "enter audio files in the pool (\"On Import Audiofile\" decides copying)",
+                   importMedium});
+  verbs.push_back({"pool insert", "CLIP TRACK [POSITION|origin]",
+                   "put a clip on an audio track at a position or at its origin", insertClip});
+  verbs.push_back({"pool region", "CLIP NAME START LENGTH", "add a region of frames to a clip", createRegion});
+  verbs.push_back({"pool version", "CLIP", "a new version of a clip, sharing its files", newVersion});
+  verbs.push_back({"pool remove-unused", "", "remove the clips no event uses", removeUnused});
+  verbs.push_back({"pool folder", "NAME", "a new folder in the pool's media tree", createFolder});
+}
+
+}  // namespace vantor::cli
