@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "audio/pool/PAudioPool.h"
-#include "audio/process/PAddRegionsCommand.h"
+#include "audio/pool/PPoolCommands.h"
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PEditHistoryActions.h"
 #include "audio/process/PEvtdetection.h"
@@ -91,8 +91,7 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
   const auto* detection = dynamic_cast<const PEvtdetection*>(&process);
   std::vector<FRef<MRegionMarker>> regions;
   if (detection != nullptr) {
-    regions =
-        PAddRegionsCommand::regionsFor(*detection, static_cast<PEvtdetectionWork&>(*work).regions(), options.from);
+    regions = detection->regionMarkers(static_cast<PEvtdetectionWork&>(*work).regions(), options.from);
   }
   const bool changes = (options.addRegions || options.stripSilence) && !regions.empty();
   if (changes && !applyDetection(context, document, clip, regions, options)) return kExitDataError;

@@ -42,6 +42,16 @@ std::string PEvtdetection::regionName(int index) const {
   return text("Region Name") + " " + std::to_string(static_cast<int64_t>(number("Auto Number Start")) + index);
 }
 
+std::vector<FRef<MRegionMarker>> PEvtdetection::regionMarkers(const std::vector<SilenceRegion>& found,
+                                                              int64_t offset) const {
+  std::vector<FRef<MRegionMarker>> regions;
+  for (size_t i = 0; i < found.size(); ++i) {
+    regions.push_back(makeRef<MRegionMarker>(regionName(static_cast<int>(i)), offset + found[i].start,
+                                             found[i].end - found[i].start));
+  }
+  return regions;
+}
+
 bool PEvtdetectionWork::prepare(const AudioFormat& format, int64_t lengthFrames) {
   if (!PAudioWork::prepare(format, lengthFrames)) return false;
   PSilenceDetector::Parameters parameters = settings_.detector;

@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/pool/MRegionMarker.h"
 #include "audio/process/PAudioAnalyze.h"
 #include "audio/process/PSilenceDetector.h"
 
@@ -41,6 +42,9 @@ class PEvtdetection : public PAudioAnalyze {
 
   // The name of the index-th region found (from 0).
   std::string regionName(int index) const;
+  // The regions found, as regions of the clip named by regionName();
+  // found holds frames of a range starting at offset in the clip.
+  std::vector<FRef<MRegionMarker>> regionMarkers(const std::vector<SilenceRegion>& found, int64_t offset) const;
 };
 
 // Feeds the analysis pass to the detector; the widened regions are known

@@ -1,6 +1,5 @@
 #include "audio/process/PProcessRegistration.h"
 
-#include "audio/process/PAddRegionsCommand.h"
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PConvolution.h"
 #include "audio/process/PDCOffset.h"
@@ -37,7 +36,6 @@ void registerAudioProcessClasses() {
   PAudioProcessCommand::classDescriptor();
   PEditHistoryCommand::classDescriptor();
   PFreezeEditsCommand::classDescriptor();
-  PAddRegionsCommand::classDescriptor();
   PStripSilenceCommand::classDescriptor();
 }
 
