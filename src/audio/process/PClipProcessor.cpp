@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 
 #include "audio/files/AudioFileWriter.h"
@@ -33,11 +35,12 @@ class CopyWork : public PAudioWork {
   }
 };
 
-// Letters, digits, blanks, '-' and '_' of a name; the rest as '_'.
+// Letters, digits, '-' and '_' of a name; the rest (blanks too, so that
+// the names need no quoting in a shell) as '_'.
 std::string fileNamePart(const std::string& name) {
   std::string part;
   for (char c : name) {
-    const bool plain = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == ' ';
+    const bool plain = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_';
     part += plain ? c : '_';
   }
   return part.empty() ? std::string("Audio") : part;
