@@ -7,8 +7,9 @@
 // Each result is written as a new 32-bit float WAVE file at the clip's rate
 // and channel count (so no process loses precision to the file) in the
 // given folder, named "<clip>-<process>-<n>.wav" with the first n that is
-// free (characters other than letters, digits, '-' and '_' become '_'). The original files are never changed: the result's piece replaces
-// the range in the material.
+// free (characters other than letters, digits, '-' and '_' become '_').
+// The original files are never changed: the result's piece replaces the
+// range in the material.
 
 #include <cstdint>
 #include <functional>
