@@ -9,15 +9,20 @@
 
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolOperations.h"
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PEditHistoryActions.h"
 #include "audio/process/PEvtdetection.h"
 #include "audio/process/PProcessMessages.h"
 #include "audio/process/PStripSilenceCommand.h"
 #include "cli/ProcessArguments.h"
+#include "cli/ShellSession.h"
 #include "document/PDocument.h"
+#include "foundation/FClock.h"
+#include "model/time/MTempoTrack.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
+#include "model/tree/MTrackEvent.h"
 #include "model/undo/GUndoManager.h"
 
 namespace vantor::cli {
@@ -34,6 +39,7 @@ struct Options {
   bool newVersion = false;
   bool addRegions = false;
   bool stripSilence = false;
+  std::string eventsTrack;  // --add-events TRACK
   bool json = false;
 };
 
@@ -48,34 +54,65 @@ std::string resultFolder(const PDocument& document) {
   return std::filesystem::absolute(document.path()).parent_path().string();
 }
 
-// "Create New Version": a new clip of the same cluster and material, named
-// "<name> <n>" with the first n that is free.
-PAudioClip* newVersion(PAudioPool& pool, PAudioClip& clip) {
-  std::string name;
-  for (int n = 2; name.empty() || pool.findClip(name) != nullptr; ++n) name = clip.getName() + " " + std::to_string(n);
-  auto version = makeRef<PAudioClip>(name, clip.clusterRef());
-  version->setMaterial(makeRef<PClipMaterial>(clip.getMaterial()->pieces()));
-  PAudioClip* added = version.get();
-  return pool.addClip(version) != 0 ? added : nullptr;
+// "Create New Version": the pool's "New Version" of clip (a new clip of the
+// same files, named "<name> 2" or the next free number); nullptr when it
+// could not be made.
+PAudioClip* newVersion(PDocument& document, PAudioClip& clip) {
+  PAudioPool* pool = PAudioPool::poolOf(*document.project());
+  FRef<MCommand> command = makeNewVersionCommand(*pool, clip);
+  GUndoManager undo;
+  if (!command || !undo.perform(command, document.project()->getRoot())) return nullptr;
+  return pool->clips().back().get();
 }
 
-// Adds the detected regions to the clip and/or strips the silence from its
-// events, as one action, and saves.
+// Where a region of clip plays when placed at its origin: the clip's origin
+// time (0 without one) plus the region's start in frames, through the tempo
+// map. Pulses.
+double regionPosition(const MProject& project, const PAudioClip& clip, const MRegionMarker& region) {
+  const double origin = clip.getCluster()->originTime().value_or(0.0);
+  const double seconds = static_cast<double>(region.getStart()) / clip.getCluster()->sampleRate();
+  const MTempoTrackNode* tempo = project.getTempoNode();
+  if (tempo == nullptr) return origin + seconds * 960.0;  // 120 BPM without a tempo map
+  return tempo->pulsesAt(tempo->secondsAt(origin) + seconds);
+}
+
+// "Add Event": each region as an event on track, in a part of its own at
+// the region's place on the time line. False with the reason reported.
+bool addEvents(ShellSession& session, MMacroCommand& macro, PAudioClip& clip,
+               const std::vector<FRef<MRegionMarker>>& regions, MTrackEvent& track) {
+  for (const auto& region : regions) {
+    std::string error;
+    FRef<MCommand> insert = makeInsertClipCommand(session.project(), track, clip, PInsertAt::kCursor,
+                                                  regionPosition(session.project(), clip, *region), region->getStart(),
+                                                  region->getLength(), std::nullopt, &error);
+    if (!insert) return session.fail(error);
+    (void)macro.add(insert);
+  }
+  return true;
+}
+
+// Adds the detected regions to the clip (and, with --add-events, as events
+// on a track) and/or strips the silence from its events, as one action, and
+// saves.
 bool applyDetection(CliContext& context, PDocument& document, PAudioClip& clip,
                     const std::vector<FRef<MRegionMarker>>& regions, const Options& options) {
-  auto macro = makeRef<MMacroCommand>(options.addRegions ? kRegionsFromDetectSilence : kStripSilenceAction);
-  if (options.addRegions) (void)macro->add(makeRef<PAddRegionsCommand>(FRef<PAudioClip>::share(&clip), regions));
+  ShellSession session(context, document, FSystemClock::instance());
+  session.setSavesItself(true);
+  MTrackEvent* track = nullptr;
+  if (!options.eventsTrack.empty() && (track = session.track(options.eventsTrack)) == nullptr) return false;
+  const bool addRegions = options.addRegions || track != nullptr;
+  const char* description = track != nullptr ? kEventsRegionsFromDetectSilence
+                            : addRegions     ? kRegionsFromDetectSilence
+                                             : kStripSilenceAction;
+  auto macro = makeRef<MMacroCommand>(description);
+  if (addRegions) (void)macro->add(makeRef<PAddRegionsCommand>(FRef<PAudioClip>::share(&clip), regions));
+  if (track != nullptr && !addEvents(session, *macro, clip, regions, *track)) return false;
   if (options.stripSilence) {
     std::vector<SilenceRegion> kept;
     for (const auto& region : regions) kept.push_back({region->getStart(), region->getEnd()});
     (void)macro->add(makeRef<PStripSilenceCommand>(FRef<PAudioClip>::share(&clip), std::move(kept)));
   }
-  GUndoManager undo;
-  if (!undo.perform(macro, document.project()->getRoot())) {
-    report(context, macro->failure().empty() ? std::string("the detection could not be applied") : macro->failure());
-    return false;
-  }
-  document.markModified();
+  if (!session.perform(macro)) return false;
   return document.save();
 }
 
@@ -93,7 +130,7 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
   if (detection != nullptr) {
     regions = detection->regionMarkers(static_cast<PEvtdetectionWork&>(*work).regions(), options.from);
   }
-  const bool changes = (options.addRegions || options.stripSilence) && !regions.empty();
+  const bool changes = (options.addRegions || options.stripSilence || !options.eventsTrack.empty()) && !regions.empty();
   if (changes && !applyDetection(context, document, clip, regions, options)) return kExitDataError;
   if (options.json) {
     nlohmann::json list = nlohmann::json::array();
@@ -104,7 +141,8 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
                             {"clip", clip.getName()},
                             {"summary", summary},
                             {"regions", list},
-                            {"added", options.addRegions && !regions.empty()},
+                            {"added", (options.addRegions || !options.eventsTrack.empty()) && !regions.empty()},
+                            {"events", !options.eventsTrack.empty() && !regions.empty()},
                             {"stripped", options.stripSilence && !regions.empty()}});
     return kExitOk;
   }
@@ -112,8 +150,9 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
     context.out << fmt::format("{}  start {}  end {}\n", region->getName(), region->getStart(), region->getEnd());
   }
   context.out << summary << "\n";
-  if (options.addRegions && !regions.empty()) {
-    context.out << kRegionsFromDetectSilence << ": " << regions.size() << "\n";
+  if ((options.addRegions || !options.eventsTrack.empty()) && !regions.empty()) {
+    context.out << (options.eventsTrack.empty() ? kRegionsFromDetectSilence : kEventsRegionsFromDetectSilence) << ": "
+                << regions.size() << "\n";
   }
   if (options.stripSilence && !regions.empty()) context.out << kStripSilenceAction << "\n";
   return kExitOk;
@@ -123,8 +162,9 @@ int runProcess(CliContext& context, const Options& options) {
   std::string error;
   FRef<PAudioProcess> process = findProcess(options.process, &error);
   if (!process || !applyParameters(*process, options.parameters, &error)) return report(context, error), kExitUsage;
-  if ((options.addRegions || options.stripSilence) && dynamic_cast<PEvtdetection*>(process.get()) == nullptr) {
-    return report(context, "--add-regions and --strip-silence belong to Detect Silence"), kExitUsage;
+  const bool detecting = options.addRegions || options.stripSilence || !options.eventsTrack.empty();
+  if (detecting && dynamic_cast<PEvtdetection*>(process.get()) == nullptr) {
+    return report(context, "--add-regions, --add-events and --strip-silence belong to Detect Silence"), kExitUsage;
   }
   PDocument document(context.messages, context.preferences);
   if (!openProject(context, document, options.path, OpenPurpose::kEdit)) return kExitDataError;
@@ -137,7 +177,7 @@ int runProcess(CliContext& context, const Options& options) {
     return kExitDataError;
   }
   if (!process->changesAudio()) return runAnalysis(context, document, *clip, *process, options);
-  if (options.newVersion) clip = newVersion(*PAudioPool::poolOf(*document.project()), *clip);
+  if (options.newVersion) clip = newVersion(document, *clip);
   if (clip == nullptr) return report(context, "the new version could not be made"), kExitDataError;
 
   auto command = makeRef<PAudioProcessCommand>(FRef<PAudioClip>::share(clip), process, options.from, to - options.from,
@@ -185,6 +225,9 @@ void addProcessCommand(CLI::App& app, CliContext& context, int* exitCode) {
   command->add_flag("--new-version", options->newVersion,
                     "Create New Version: process a new clip of the same audio, keeping this one");
   command->add_flag("--add-regions", options->addRegions, "Detect Silence: add the regions found to the clip");
+  command->add_option("--add-events", options->eventsTrack,
+                      "Detect Silence: add the regions to the clip and as events on this audio track (name or "
+                      "number), each at its place from the clip's origin");
   command->add_flag("--strip-silence", options->stripSilence,
                     "Detect Silence: keep only the regions found in the events that play the clip");
   command->add_flag("--json", options->json, "Print the result as JSON");

@@ -206,6 +206,36 @@ TEST_F(CliProcess, StripSilenceKeepsTheRegionsOfTheClipsEvents) {
   EXPECT_EQ(events, (std::vector<std::vector<double>>{{400, 800, 300, 400}, {1400, 1600, 1300, 200}}));
 }
 
+TEST_F(CliProcess, DetectSilenceAddsEventsAtTheirPlaces) {
+  ASSERT_EQ(runVantor({"edit", project, "-e", "track add audio Voice"}).status, 0);
+  const auto added = json(runVantor({"process", project, "Take", "Detect Silence", "--param", "Min. Closing Time=50",
+                                     "--add-events", "Voice", "--json"}));
+  EXPECT_TRUE(added.at("events").get<bool>());
+  // At 120 beats a minute (960 pulses a second) frame 400 of 8000 Hz lies
+  // at 0.05 s = 48 pulses, frame 1400 at 168.
+  PDocument doc(messages, prefs);
+  ASSERT_TRUE(doc.openForReading(project));
+  std::vector<std::vector<double>> parts;
+  doc.project()->forEachEvent([&](MEvent& e) {
+    auto* part = dynamic_cast<MAudioPartEvent*>(&e);
+    if (part == nullptr) return;
+    for (const auto& inside : static_cast<MPartNode*>(part->getNode())->list()) {
+      auto* audio = dynamic_cast<MAudioEvent*>(inside.get());
+      ASSERT_NE(audio, nullptr);
+      parts.push_back(
+          {part->getStart(), static_cast<double>(audio->getClipStart()), static_cast<double>(audio->getClipLength())});
+    }
+  });
+  ASSERT_EQ(parts.size(), 2u);
+  EXPECT_NEAR(parts[0][0], 48, 1e-6);
+  EXPECT_NEAR(parts[1][0], 168, 1e-6);
+  EXPECT_EQ(parts[0][1], 400);
+  EXPECT_EQ(parts[1][2], 200);
+  EXPECT_EQ(PAudioPool::poolOf(*doc.project())->findClip("Take")->regions().size(), 2u);
+  const auto noTrack = runVantor({"process", project, "Take", "Detect Silence", "--add-events", "Drums"});
+  EXPECT_EQ(noTrack.status, 1);
+}
+
 TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
   const std::string before = slurp(project);
   struct Case {
@@ -231,7 +261,7 @@ TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
       {{"history", project, "Take", "--param", "Gain=1"}, 2, "--param belongs to --modify or --replace"},
       {{"process", project, "Take", "Gain", "--add-regions"},
        2,
-       "--add-regions and --strip-silence belong to Detect Silence"},
+       "--add-regions, --add-events and --strip-silence belong to Detect Silence"},
   };
   for (const Case& c : cases) {
     const auto result = runVantor(c.args);
