@@ -166,6 +166,9 @@ TEST_F(CliProcess, DetectSilenceAddsNamedRegions) {
       runVantor({"process", project, "Take", "Detect Silence", "--param", "Open Threshold=-3", "--from", "1000"});
   EXPECT_EQ(none.status, 0);
   EXPECT_EQ(none.out, "No region detected!\n");
+  // 600 frames of 0.5 in 2000: a mean of 0.15.
+  const auto offset = runVantor({"process", project, "Take", "Compute DC Offset"});
+  EXPECT_EQ(offset.out, "DC Offset: 15.0000 %\n");
 }
 
 TEST_F(CliProcess, StripSilenceKeepsTheRegionsOfTheClipsEvents) {
