@@ -181,6 +181,41 @@ TEST_F(ClipProcessing, RefusalsAndDeclinedQuestionsChangeNothing) {
   EXPECT_EQ(clipBytes(), processed);
 }
 
+TEST_F(ClipProcessing, DamagedHistoriesAreRefusedWithoutChange) {
+  ASSERT_TRUE(processCommand(makeProcess("PGain", {{"Gain", "-6"}}), 0, 100)->perform());
+  ASSERT_TRUE(processCommand(makeProcess("PGain", {{"Gain", "3"}}), 50, 100)->perform());
+  const FRef<PEditHistory> intact = editHistoryOf(*clip)->clone();
+  // Removing entry 0 takes both entries back (through their replaced
+  // pieces) and runs entry 1 again: each damage makes one of those fail.
+  struct Damage {
+    const char* what;
+    size_t entry;
+    void (*apply)(PEditHistoryEntry&);
+  };
+  const Damage damages[] = {
+      {"a range past the clip", 1, [](PEditHistoryEntry& e) { e.start = 1000; }},
+      {"a file that is not there", 0, [](PEditHistoryEntry& e) { e.replaced = {PClipPiece::ofFile(7, 0, e.length)}; }},
+      {"an unknown process", 1, [](PEditHistoryEntry& e) { e.processClass = "PNoSuchProcess"; }},
+      {"a value out of range", 1, [](PEditHistoryEntry& e) { e.parameters->setFloat("Gain", 1000); }},
+  };
+  for (const Damage& damage : damages) {
+    FRef<PEditHistory> damaged = makeRef<PEditHistory>();
+    for (size_t i = 0; i < intact->size(); ++i) {
+      PEditHistoryEntry entry = intact->clone()->entries()[i];
+      if (i == damage.entry) damage.apply(entry);
+      damaged->append(entry);
+    }
+    clip->setHistory(damaged);
+    const test::Bytes before = clipBytes();
+    messages.queueAnswer(0);
+    FRef<MCommand> remove = prepareRemove(clip, 0, dir.file(""), messages);
+    ASSERT_TRUE(remove) << damage.what;
+    EXPECT_FALSE(remove->perform()) << damage.what;
+    EXPECT_EQ(remove->failure(), "Remove not possible.") << damage.what;
+    EXPECT_EQ(clipBytes(), before) << damage.what;
+  }
+}
+
 TEST_F(ClipProcessing, FreezeRendersTheMaterialIntoOneFile) {
   ASSERT_TRUE(processCommand(makeProcess("PGain", {{"Gain", "-6.020599913"}}), 0, 100)->perform());
   ASSERT_TRUE(processCommand(makeProcess("PSilence"), 300, 100)->perform());
