@@ -124,10 +124,7 @@ int runHistory(CliContext& context, const Options& options) {
     printHistory(context, *clip, options.json);
     return kExitOk;
   }
-  std::string folder = document.workingDirectory();
-  if (folder.empty() || !std::filesystem::is_directory(folder)) {
-    folder = std::filesystem::absolute(document.path()).parent_path().string();
-  }
+  const std::string folder = resultFolder(document);
   int exitCode = kExitOk;
   FRef<MCommand> command = prepareChange(context, FRef<PAudioClip>::share(clip), options, folder, &exitCode);
   if (!command) return exitCode;

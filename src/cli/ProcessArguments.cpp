@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <memory>
 
 #include "audio/pool/PAudioPool.h"
 #include "audio/process/PProcessMessages.h"
 #include "audio/process/PProcessRegistration.h"
+#include "document/PDocument.h"
 
 namespace vantor::cli {
 
@@ -80,6 +82,13 @@ std::string describeParameters(const PAudioProcess& process) {
     text += (text.empty() ? "" : ", ") + row;
   }
   return text.empty() ? std::string("none") : text;
+}
+
+std::string resultFolder(const PDocument& document) {
+  const std::string folder = document.workingDirectory();
+  std::error_code ec;
+  if (!folder.empty() && std::filesystem::is_directory(folder, ec)) return folder;
+  return std::filesystem::absolute(document.path()).parent_path().string();
 }
 
 std::function<void(double)> terminalProgress(CliContext& context) {

@@ -13,7 +13,8 @@
 
 namespace vantor {
 class MProject;
-}
+class PDocument;
+}  // namespace vantor
 
 namespace vantor::cli {
 
@@ -32,6 +33,10 @@ FRef<PAudioProcess> findProcess(const std::string& name, std::string* error);
 // The parameter list of process for --help texts and errors: "Gain (dB, -96
 // to 48, default 0), ...".
 std::string describeParameters(const PAudioProcess& process);
+
+// Where results of processes are written: the project's working
+// directory, or the folder of its file when that is missing.
+std::string resultFolder(const PDocument& document);
 
 // A progress line on stderr ("Processing 42%") when it is a terminal.
 std::function<void(double)> terminalProgress(CliContext& context);

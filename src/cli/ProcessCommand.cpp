@@ -47,13 +47,6 @@ void report(CliContext& context, const std::string& text) {
   context.messages.report(FUserMessages::Severity::kError, text);
 }
 
-// Where results go: the project's working directory, or the file's folder.
-std::string resultFolder(const PDocument& document) {
-  const std::string folder = document.workingDirectory();
-  if (!folder.empty() && std::filesystem::is_directory(folder)) return folder;
-  return std::filesystem::absolute(document.path()).parent_path().string();
-}
-
 // "Create New Version": the pool's "New Version" of clip (a new clip of the
 // same files, named "<name> 2" or the next free number); nullptr when it
 // could not be made.

@@ -239,6 +239,25 @@ TEST_F(CliProcess, DetectSilenceAddsEventsAtTheirPlaces) {
   EXPECT_EQ(noTrack.status, 1);
 }
 
+TEST_F(CliProcess, ShellVerbsProcessChangeAndUndo) {
+  const std::string before = slurp(project);
+  // Processed, modified, replaced and undone in one session: the saved
+  // project is the original byte for byte.
+  const auto undone =
+      runVantor({"-y", "edit", project, "-e", "process Take Gain 0 1000 Gain=6", "-e", "edits modify Take 1 Gain=-6",
+                 "-e", "edits replace Take 1 Silence", "-e", "edits Take", "-e", "undo 3"});
+  ASSERT_EQ(undone.status, 0) << undone.err;
+  EXPECT_NE(undone.out.find("Offline Process History for Take\n  1  Silence  frames 0 to 1000"), std::string::npos)
+      << undone.out;
+  EXPECT_EQ(slurp(project), before);
+  EXPECT_EQ(clipSamples(), original);
+  // Freezing empties the session's undo history.
+  const auto frozen = runVantor(
+      {"-y", "edit", project, "-e", "process Take Silence 1500 2000", "-e", "edits freeze Take", "-e", "undo"});
+  EXPECT_EQ(frozen.status, 1);
+  EXPECT_NE(frozen.err.find("nothing to undo"), std::string::npos);
+}
+
 TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
   const std::string before = slurp(project);
   struct Case {
