@@ -9,7 +9,10 @@
 #include "audio/pool/PAudioClip.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipMaterial.h"
+#include "audio/pool/PConvertFilesCommand.h"
+#include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolMaintenance.h"
 #include "audio/process/PProcessRegistration.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
@@ -31,6 +34,9 @@ void registerPoolClasses() {
   GTree::classDescriptor();
   PAudioPool::classDescriptor();
   registerPoolCommandClasses();
+  PConvertFilesCommand::classDescriptor();
+  PMinimizeCommand::classDescriptor();
+  PMoveClipsCommand::classDescriptor();
 }
 
 void initializeAudio() {

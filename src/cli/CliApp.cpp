@@ -18,6 +18,7 @@
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
+#include "cli/WaveformCommand.h"
 #include "document/PDocumentInit.h"
 #include "model/undo/GUndoManager.h"
 
@@ -105,6 +106,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
+  addWaveformCommand(app, context, &exitCode);
   addPoolCommands(app, context, &exitCode);
   addProcessCommand(app, context, &exitCode);
   addHistoryCommand(app, context, &exitCode);

@@ -12,6 +12,7 @@
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
 #include "cli/ShellSession.h"
+#include "document/PDeviceSetup.h"
 #include "document/PDocument.h"
 #include "foundation/FClock.h"
 #include "model/tree/MProject.h"
@@ -82,12 +83,18 @@ std::string clipLine(const PAudioClip& clip, size_t uses) {
 
 namespace {
 
-// The import options: the flags when given, else the preference.
-PImportOptions importOptions(CliContext& context, const ImportOptions& options) {
-  if (options.copy || options.convert) return {true, options.convert, 0, 0};
-  const std::string choice = context.preferences.getString(kOnImportAudiofilePreference);
-  const PImportAction action = importActionFromName(choice).value_or(PImportAction::kDoNothing);
-  return importOptionsFor(action, context.messages, options.inputs.size());
+// The import options: the flags when given, else the preference. The
+// project's format is its devices' sample rate; the project keeps no sample
+// width of its own, so conversion keeps each file's width.
+PImportOptions importOptions(CliContext& context, const PDocument& document, const ImportOptions& options) {
+  PImportOptions out{true, options.convert, 0, 0};
+  if (!options.copy && !options.convert) {
+    const std::string choice = context.preferences.getString(kOnImportAudiofilePreference);
+    const PImportAction action = importActionFromName(choice).value_or(PImportAction::kDoNothing);
+    out = importOptionsFor(action, context.messages, options.inputs.size());
+  }
+  out.projectRate = document.devices()->sampleRate();
+  return out;
 }
 
 // Places the clips one after the other on track from position (pulses).
@@ -120,8 +127,8 @@ int runImportAudio(CliContext& context, const ImportOptions& options) {
   const PAddClipsCommand* add = nullptr;
   if (ok) {
     PAudioPool* pool = PAudioPool::ensurePool(session.project());
-    FRef<MCommand> command =
-        makeImportMediumCommand(*pool, options.inputs, importOptions(context, options), nullptr, context.messages);
+    FRef<MCommand> command = makeImportMediumCommand(*pool, options.inputs, importOptions(context, document, options),
+                                                     nullptr, context.messages);
     add = dynamic_cast<PAddClipsCommand*>(command.get());
     ok = add != nullptr && session.perform(command);
   }

@@ -1,16 +1,24 @@
 // The shell verbs of the audio pool: listing it, "Import Medium",
 // "Insert into Project", "Create Regions", "New Version", "Remove Unused
-// Media" and "Create Folder", each changing one an undoable step.
+// Media", "Create Folder", the trash, "Minimize File", "Prepare Archive",
+// "Conform Files" and pool files; each change is an undoable step (erasing
+// files and writing a pool file are not changes of the project).
 
 #include <ostream>
 
 #include "audio/pool/PAudioImporter.h"
 #include "audio/pool/PAudioPool.h"
+#include "audio/pool/PConvertFilesCommand.h"
+#include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolFile.h"
+#include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
 #include "cli/PoolCommands.h"
 #include "cli/ShellSession.h"
+#include "document/PDeviceSetup.h"
+#include "document/PDocument.h"
 #include "model/tree/MProject.h"
 
 namespace vantor::cli {
@@ -47,8 +55,9 @@ bool listPool(ShellSession& s, const ShellArgs& a) {
 bool importMedium(ShellSession& s, const ShellArgs& a) {
   if (a.empty()) return s.fail("usage: pool import FILE...");
   const std::string choice = s.context().preferences.getString(kOnImportAudiofilePreference);
-  const PImportOptions options = importOptionsFor(importActionFromName(choice).value_or(PImportAction::kDoNothing),
-                                                  s.context().messages, a.size());
+  PImportOptions options = importOptionsFor(importActionFromName(choice).value_or(PImportAction::kDoNothing),
+                                            s.context().messages, a.size());
+  options.projectRate = s.document().devices()->sampleRate();
   FRef<MCommand> command = makeImportMediumCommand(poolOf(s), std::vector<std::string>(a.begin(), a.end()), options,
                                                    nullptr, s.context().messages);
   if (!command) return false;
@@ -117,6 +126,92 @@ bool createFolder(ShellSession& s, const ShellArgs& a) {
       FRef<MCommand>(new PCreateFolderCommand(FRef<GTreeEntry>::share(root), freeFolderName(*root, a[0]))));
 }
 
+bool moveToTrash(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool trash CLIP");
+  PAudioClip* clip = clipOf(s, a[0]);
+  if (clip == nullptr) return false;
+  PAudioPool& pool = poolOf(s);
+  if (pool.isInTrash(clip)) return s.fail("\"" + clip->getName() + "\" is in the trash already");
+  return s.perform(FRef<MCommand>(new PMoveClipsCommand(FRef<PAudioPool>::share(&pool), {FRef<PAudioClip>::share(clip)},
+                                                        FRef<GTreeEntry>::share(pool.trash()), "Move to Trash")));
+}
+
+bool emptyTrash(ShellSession& s, const ShellArgs& a) {
+  if (!a.empty()) return s.fail("usage: pool empty-trash");
+  PEmptyTrashPlan plan = planEmptyTrash(s.project(), poolOf(s), {}, s.context().messages);
+  if (!plan.command) {
+    s.out() << "nothing to empty\n";
+    return true;
+  }
+  if (!s.perform(plan.command)) return false;
+  const size_t erased = eraseTrashFiles(plan.filesToErase, s.context().messages);
+  s.out() << erased << " of " << plan.filesToErase.size() << " files erased\n";
+  return true;
+}
+
+bool minimize(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool minimize CLIP");
+  PAudioClip* clip = clipOf(s, a[0]);
+  if (clip == nullptr) return false;
+  std::string error;
+  FRef<MCommand> command =
+      makeMinimizeCommand(s.project(), poolOf(s), {FRef<PAudioClip>::share(clip)}, s.context().messages, &error);
+  if (!command) return error.empty() || s.fail(error);
+  if (!s.perform(command)) return false;
+  // The session saves when it ends; "Save Now" only says so.
+  (void)askSaveAfterMinimize(s.context().messages);
+  return true;
+}
+
+bool prepareArchive(ShellSession& s, const ShellArgs& a) {
+  if (!a.empty()) return s.fail("usage: pool archive");
+  std::string error;
+  FRef<MCommand> command = makePrepareArchiveCommand(s.project(), poolOf(s), &error);
+  if (!command) {
+    if (!error.empty()) return s.fail(error);
+    s.out() << "the project is self-contained already\n";
+    return true;
+  }
+  return s.perform(command);
+}
+
+bool conformFiles(ShellSession& s, const ShellArgs& a) {
+  if (a.size() > 1) return s.fail("usage: pool conform [CLIP]");
+  PAudioPool& pool = poolOf(s);
+  std::vector<FRef<PAudioClip>> clips = pool.clips();
+  if (a.size() == 1) {
+    PAudioClip* clip = clipOf(s, a[0]);
+    if (clip == nullptr) return false;
+    clips = {FRef<PAudioClip>::share(clip)};
+  }
+  std::string error;
+  FRef<MCommand> command = makeConvertFilesCommand(
+      s.project(), pool, clips, projectConversion(s.document().devices()->sampleRate(), 0), "Conform Files", &error);
+  if (!command) {
+    if (!error.empty()) return s.fail(error);
+    s.out() << "every file is in the project's format\n";
+    return true;
+  }
+  return s.perform(command);
+}
+
+bool savePool(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool save FILE");
+  std::string error;
+  if (!writePoolFile(poolOf(s), a[0], &error)) return s.fail(error);
+  return true;
+}
+
+bool importPool(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 1) return s.fail("usage: pool load FILE");
+  std::string error;
+  FRef<PAudioPool> library = readPoolFile(a[0], &error);
+  if (!library) return s.fail(error);
+  FRef<MCommand> command = makeImportPoolCommand(poolOf(s), *library, a[0]);
+  if (!command) return s.fail("\"" + a[0] + "\" holds no clips");
+  return s.perform(command);
+}
+
 }  // namespace
 
 void addPoolVerbs(std::vector<ShellVerb>& verbs) {
@@ -129,6 +224,15 @@ void addPoolVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"pool version", "CLIP", "a new version of a clip, sharing its files", newVersion});
   verbs.push_back({"pool remove-unused", "", "remove the clips no event uses", removeUnused});
   verbs.push_back({"pool folder", "NAME", "a new folder in the pool's media tree", createFolder});
+  verbs.push_back({"pool trash", "CLIP", "move a clip to the pool's trash", moveToTrash});
+  verbs.push_back({"pool empty-trash", "", "remove the trashed clips; asks before erasing their files", emptyTrash});
+  verbs.push_back({"pool minimize", "CLIP", "reduce a clip's files to what events and regions use", minimize});
+  verbs.push_back(
+      {"pool archive", "", "\"Prepare Archive\": remove unused media, copy outside files in", prepareArchive});
+  verbs.push_back({"pool conform", "[CLIP]", "convert files to the project's sample rate", conformFiles});
+  verbs.push_back({"pool save", "FILE", "write the pool to a pool file (a library)", savePool});
+  verbs.push_back(
+      {"pool load", "FILE", "\"Import Pool\": enter a pool file's clips in a folder of their own", importPool});
 }
 
 }  // namespace vantor::cli

@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 constexpr const char* kDamaged = "damaged: libsndfile refuses it too";
 constexpr const char* kCompressedWave = "WAVE samples neither PCM nor float (a-law, mu-law, ADPCM, MPEG)";
 constexpr const char* kCompressedAifc = "AIFC compression type we do not read (alaw, ulaw, fl64, raw )";
-constexpr const char* kOtherContainer = "a container we have no handler for (RIFX, RF64, NIST)";
+constexpr const char* kOtherContainer = "a container we have no handler for (RIFX, NIST)";
 constexpr const char* kPaddedOddChunk = "an odd-sized chunk followed by a pad byte: we skip size + 8 only";
 
 // The files we refuse today, by path under corpus/. A file that comes to be
@@ -51,8 +51,6 @@ const std::map<std::string, const char*> kRefused = {
     {"audio/rochars-wavefile/60315.wav", kCompressedWave},
     {"audio/rochars-wavefile/8bit-alaw-8kHz-noBext-mono-encoded.wav", kCompressedWave},
     {"audio/rochars-wavefile/8bit-mulaw-8kHz-noBext-mono-encoded.wav", kCompressedWave},
-    {"audio/rochars-wavefile/M1F1-int12WE-AFsp-2-MARKERS-LIST.wav", kOtherContainer},
-    {"audio/rochars-wavefile/RF64-64-bit-8kHz--mono-bext.wav", kOtherContainer},
     {"audio/rochars-wavefile/RIFX-16bit-mono.wav", kOtherContainer},
     {"audio/rochars-wavefile/ima22m.wav", kCompressedWave},
 };

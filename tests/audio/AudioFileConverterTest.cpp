@@ -177,5 +177,24 @@ TEST(AudioFileConverter, FailuresLeaveTheTargetAsItWas) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.file("")), {}), 3);  // no temporary left
 }
 
+TEST(AudioFileConverter, DecodedSourcesBecomeWaveWithTheirSamples) {
+  test::TempDir dir;
+  const std::vector<float> tone = sine(20000, 2, 330, 44100, 0.7);
+  SF_INFO info{};
+  info.samplerate = 44100;
+  info.channels = 2;
+  info.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_24;
+  SNDFILE* sf = sf_open(dir.file("in.flac").c_str(), SFM_WRITE, &info);
+  ASSERT_NE(sf, nullptr);
+  ASSERT_EQ(sf_writef_float(sf, tone.data(), 20000), 20000);
+  sf_close(sf);
+  AudioFileConverter converter;
+  ASSERT_TRUE(converter.convert(dir.file("in.flac"), dir.file("out"), AudioConversion{}));
+  // FLAC cannot be written: the container falls back to WAVE, the width stays.
+  EXPECT_EQ(converter.result().typeName, "WAVE");
+  EXPECT_EQ(converter.result().format.bitsPerSample, 24);
+  EXPECT_EQ(readOurs(dir.file("out"))->samples, test::readSndfile(dir.file("in.flac"))->samples);
+}
+
 }  // namespace
 }  // namespace vantor

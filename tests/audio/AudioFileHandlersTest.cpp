@@ -35,6 +35,24 @@ TEST(AudioFileHandlers, RecognizeByContainerAndFormType) {
     }
   }
   EXPECT_EQ(AudioFileHandlers::byTypeName("AIFC"), AudioFileHandlers::byTypeName("AIFF"));
+  // The decoders' identifiers; an ID3 tag (10 bytes, here of size 4) is
+  // looked behind, to FLAC or to an MPEG layer III frame header.
+  const std::string id3 = std::string("ID3\3\0\0\0\0\0\4", 10) + std::string(4, '\0');
+  const Case decoded[] = {{"fLaC\0\0\0\x22", "FLAC"},
+                          {"OggS\0\2", "OPUS"},
+                          {"\xFF\xFB\x90\x64", "MP3"},
+                          {id3 + "fLaC", "FLAC"},
+                          {id3 + "\xFF\xFB\x90\x64", "MP3"},
+                          {id3 + "RIFF", nullptr},
+                          {"\xFF\xFD\x90\x64", nullptr},  // layer I
+                          {".snd\0\0\0\x18", "AU"},
+                          {"caff\0\1\0\0", "CAF"},
+                          {"RF64\xFF\xFF\xFF\xFFWAVE", "RF64"}};
+  for (const Case& c : decoded) {
+    FMemoryStream stream(c.header.data(), static_cast<int64_t>(c.header.size()));
+    EXPECT_EQ(AudioFileHandlers::recognize(stream), c.typeName ? AudioFileHandlers::byTypeName(c.typeName) : nullptr)
+        << c.header;
+  }
   EXPECT_EQ(AudioFileHandlers::byTypeName("SD2"), nullptr);
 }
 
@@ -49,6 +67,13 @@ TEST(AudioFileHandlers, DescribeFormatsAndKinds) {
   format.sampleType = SampleType::kFloat;
   format.bitsPerSample = 32;
   EXPECT_EQ(formatLine(format), "11.025 kHz   32 bits   Float   6 Channels");
+  format.sampleRate = 8000;
+  format.channels = 1;
+  EXPECT_EQ(formatLine(format), "8.000 kHz   32 bits   Float   Mono");
+  EXPECT_EQ(shortFormatLine(format), "8.000 kHz - 32 bits - ");
+  EXPECT_EQ(rexFormatLine(120), "REX - 120.00 bpm");
+  EXPECT_EQ(rexFormatLine(95.126), "REX - 95.13 bpm");  // two decimals, rounded
+  EXPECT_EQ(rexFormatLine(9.5), "REX - 9.50 bpm");
 
   AudioFile file;
   const AudioFileHandler* wave = AudioFileHandlers::byTypeName("WAVE");

@@ -186,6 +186,11 @@ TEST(SDIIFileHandler, ReplacingAPairIsAllOrNothing) {
   EXPECT_EQ(test::readBytes(dir.file("._c.sd2")), companion);
   AudioFileWriter writer;
   EXPECT_FALSE(writer.open(path, test::makeFile("SDII", 44100, 2, 32, SampleType::kFloat)));
+  // A write-protected companion protects the pair.
+  std::filesystem::permissions(dir.file("._c.sd2"), std::filesystem::perms::owner_read);
+  EXPECT_FALSE(writer.open(path, test::makeFile("SDII", 44100, 2, 16, SampleType::kInteger)));
+  EXPECT_EQ(writer.error(), kWriteProtectedMessage);
+  std::filesystem::permissions(dir.file("._c.sd2"), std::filesystem::perms::owner_all);
   ASSERT_TRUE(test::writeOurs(path, test::makeFile("SDII", 96000, 1, 24, SampleType::kInteger), noise(400, 6)));
   EXPECT_EQ(test::readOurs(path)->rate, 96000);
   // Only the pair: no temporary or backup files left beside it.

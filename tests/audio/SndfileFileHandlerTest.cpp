@@ -128,7 +128,9 @@ TEST(SndfileFileHandler, RefusesDamagedFiles) {
   for (size_t i = bytes.size() / 2; i < bytes.size(); i += 7) bytes[i] ^= 0x5A;
   test::writeBytes(flac, bytes);
   const auto partial = test::readOurs(flac);
-  if (partial) EXPECT_LE(partial->samples.size(), 20000u);
+  if (partial) {
+    EXPECT_LE(partial->samples.size(), 20000u);
+  }
 }
 
 }  // namespace

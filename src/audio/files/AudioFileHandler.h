@@ -3,9 +3,10 @@
 // handlers with their type names, display names, MIME types and extensions.
 //
 // A handler never reads or writes sample data: it reads a header into an
-// AudioFile, writes a fresh header for a new file and fixes the sizes up
-// once the samples are written. AudioFileReader and AudioFileWriter move the
-// samples.
+// AudioFile, writes a fresh header for a new file (and the companion file
+// of a format that has one) and fixes the sizes up once the samples are
+// written. AudioFileReader and AudioFileWriter move the samples; for a
+// compressed format the handler hands the reader a decoder instead.
 
 #include <cstdint>
 #include <memory>

@@ -14,6 +14,16 @@
 
 namespace vantor {
 
+namespace {
+
+// Write protection is the file's own mode, whoever runs the program.
+bool isWriteProtected(const std::string& path) {
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}
+
+}  // namespace
+
 AudioFileWriter::~AudioFileWriter() { abandon(); }
 
 bool AudioFileWriter::fail(const std::string& message) {
@@ -42,11 +52,8 @@ bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
   frames_ = 0;
   handler_ = AudioFileHandlers::byTypeName(file.typeName);
   if (handler_ == nullptr || !handler_->canWrite() || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
-  // Write protection is the file's own mode, whoever runs the program.
-  struct stat info {};
-  if (::stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
-    return fail(kWriteProtectedMessage);
-  }
+  const std::optional<AudioFileCompanion> companion = handler_->companion(file_);
+  if (isWriteProtected(path) || (companion && isWriteProtected(companion->path))) return fail(kWriteProtectedMessage);
   std::string pattern = path + ".XXXXXX";
   const int fd = ::mkstemp(pattern.data());
   if (fd < 0) return fail(std::strerror(errno));
@@ -91,8 +98,10 @@ bool AudioFileWriter::close() {
   (void)::chmod(temporary_.c_str(), 0666 & ~mask);
   const std::optional<AudioFileCompanion> companion = handler_->companion(file_);
   std::string companionTemporary;
-  if (companion && !writeCompanion(*companion, &companionTemporary)) return false;
-  (void)::chmod(companionTemporary.c_str(), 0666 & ~mask);
+  if (companion) {
+    if (!writeCompanion(*companion, &companionTemporary)) return false;
+    (void)::chmod(companionTemporary.c_str(), 0666 & ~mask);
+  }
   if (!putInPlace(companion, companionTemporary)) return false;
   temporary_.clear();
   handler_ = nullptr;

@@ -25,9 +25,10 @@ class AudioFileWriter {
 
   // Starts a file at path with file's format, cue entries and attribute
   // records, through the handler registered for file.typeName ("WAVE",
-  // "AIFF", "AIFC"). False, with the reason in error(), when the target is
-  // write protected ("The file is write protected and cannot be
-  // replaced!"), the format cannot be stored or the file cannot be made.
+  // "AIFF", "AIFC", "SDII"). False, with the reason in error(), when the
+  // target or its companion file is write protected ("The file is write
+  // protected and cannot be replaced!"), the format cannot be stored or
+  // the file cannot be made.
   [[nodiscard]] bool open(const std::string& path, const AudioFile& file);
   // Appends frames frames (frames × channels floats). False when a write
   // failed; "There is not enough disk space for this operation!" when the

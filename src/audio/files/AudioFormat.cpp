@@ -43,4 +43,10 @@ std::string shortFormatLine(const AudioFormat& format) {
   return printed("%.3f kHz - %d bits - ", format.sampleRate / 1000.0, format.bitsPerSample);
 }
 
+std::string rexFormatLine(double beatsPerMinute) {
+  char text[64];
+  std::snprintf(text, sizeof text, "REX - %3.2lf bpm", beatsPerMinute);
+  return text;
+}
+
 }  // namespace vantor

@@ -35,6 +35,8 @@ struct AudioFormat {
 std::string formatLine(const AudioFormat& format);
 // "44.100 kHz - 24 bits - ", where the layout follows in another field.
 std::string shortFormatLine(const AudioFormat& format);
+// "REX - 120.00 bpm": a REX file's description by its tempo.
+std::string rexFormatLine(double beatsPerMinute);
 // "Mono", "Stereo" or "%d Channels".
 std::string channelLayoutName(int channels);
 

@@ -131,8 +131,13 @@ bool SDIIFileHandler::writeHeader(FStream&, AudioFile* file) const {
   file->typeName = "SDII";
   file->bigEndian = true;
   file->dataStart = 0;
+  // The pair keeps the format alone.
   file->rex = false;
   file->codecAttributes = nullptr;
+  file->broadcastAttributes = nullptr;
+  file->cues.clear();
+  file->annotation.clear();
+  file->instrument.reset();
   return true;
 }
 

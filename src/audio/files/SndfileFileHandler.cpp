@@ -189,17 +189,17 @@ bool SndfileFileHandler::readHeader(FStream& stream, AudioFile* file) const {
   if (sf == nullptr) return false;
   sf_close(sf);
   const int subtype = info.format & SF_FORMAT_SUBMASK;
-  // A stream of unknown length reads as long as the decoder goes; the
-  // format's sizes are beyond our 16-bit channel count otherwise.
+  // A stream whose length the decoder cannot tell is refused: the pool
+  // needs every file's length. Channel counts beyond 16 bits are too.
   if ((info.format & SF_FORMAT_TYPEMASK) != majorOf(family_) || info.channels < 1 || info.channels > 0x7FFF ||
-      info.samplerate < 1 || info.frames < 0) {
+      info.samplerate < 1 || info.frames < 0 || info.frames == SF_COUNT_MAX) {
     return false;
   }
   file->typeName = info_.typeNames[family_ == Family::kOgg && subtype == SF_FORMAT_OPUS ? 1 : 0];
   file->format.sampleRate = static_cast<float>(info.samplerate);
   file->format.channels = static_cast<int16_t>(info.channels);
   describeSamples(subtype, &file->format);
-  file->lengthFrames = info.frames == SF_COUNT_MAX ? 0 : info.frames;
+  file->lengthFrames = info.frames;
   return true;
 }
 

@@ -251,6 +251,9 @@ bool WaveFileHandler::writeHeader(FStream& stream, AudioFile* file) const {
   if (!file->format.isWritable()) return false;
   file->typeName = "WAVE";
   file->bigEndian = false;
+  // WAVE keeps no annotation or sampler settings of ours.
+  file->annotation.clear();
+  file->instrument.reset();
   stream.setSwap(0);
   // 4 for the form type, 8 + 16 for a plain format chunk, 8 for the data
   // chunk's header.

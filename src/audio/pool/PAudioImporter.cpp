@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "audio/files/AudioFileReader.h"
+#include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PFileCopy.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PoolMessages.h"
@@ -23,9 +24,11 @@ void removeAll(const std::vector<std::string>& made) {
 }
 
 // Copies the clip's file into the project's audio folder (unless it lies
-// there already) and points the clip at the copy. *made names the new file,
-// or is empty when none was made.
-bool placeInProject(const PAudioPool& pool, PAudioClip& clip, std::string* made, std::string* error) {
+// there already), or with convert writes it there converted to the
+// project's format when it differs, and points the clip at the new file.
+// *made names the new file, or is empty when none was made.
+bool placeInProject(const PAudioPool& pool, FRef<PAudioClip>* clip, const PImportOptions& options, std::string* made,
+                    std::string* error) {
   namespace fs = std::filesystem;
   made->clear();
   if (pool.getWorkingDirectory().empty()) {
@@ -33,13 +36,28 @@ bool placeInProject(const PAudioPool& pool, PAudioClip& clip, std::string* made,
     return false;
   }
   const std::string folder = audioFolderOf(pool);
+  AudioCluster& cluster = *(*clip)->getCluster();
+  const AudioFile source = cluster.files().front();
+  const AudioConversion conversion = projectConversion(options.projectRate, options.projectBits);
+  if (options.convert && needsConversion(source, conversion)) {
+    AudioFile converted;
+    if (!convertInto(source, conversion, folder, &converted, error)) return false;
+    *made = converted.path;
+    auto fresh = makeRef<AudioCluster>();
+    fresh->takeDescriptionOf(converted);
+    if (converted.format.sampleRate != source.format.sampleRate) {
+      fresh->setRateChangeFactor(converted.format.sampleRate / source.format.sampleRate);
+    }
+    fresh->addFile(std::move(converted));
+    *clip = makeRef<PAudioClip>((*clip)->getName(), std::move(fresh));
+    return true;
+  }
   std::error_code ec;
   fs::create_directories(folder, ec);
-  AudioFile& file = clip.getCluster()->files().front();
-  if (fs::path(file.path).parent_path() == fs::path(folder).lexically_normal()) return true;
-  const std::string target = freeFilePath(folder, fs::path(file.path).filename().string());
-  if (!copyFileSafely(file.path, target, error)) return false;
-  file.path = target;
+  if (fs::path(source.path).parent_path() == fs::path(folder).lexically_normal()) return true;
+  const std::string target = freeFilePath(folder, fs::path(source.path).filename().string());
+  if (!copyFileSafely(source.path, target, error)) return false;
+  cluster.files().front().path = target;
   *made = target;
   return true;
 }
@@ -108,7 +126,7 @@ FRef<MCommand> makeImportMediumCommand(PAudioPool& pool, const std::vector<std::
     if (!clip) return fail(path, error);
     if (options.copy || options.convert) {
       std::string target;
-      if (!placeInProject(pool, *clip, &target, &error)) return fail(path, error);
+      if (!placeInProject(pool, &clip, options, &target, &error)) return fail(path, error);
       if (!target.empty()) made.push_back(target);
     }
     clips.push_back(std::move(clip));

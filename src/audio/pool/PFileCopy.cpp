@@ -80,6 +80,32 @@ bool copyFileSafely(const std::string& from, const std::string& to, std::string*
   return true;
 }
 
+bool writeFileSafely(const std::string& path, const std::vector<uint8_t>& bytes, std::string* error) {
+  std::string temporary = path + ".XXXXXX";
+  const int out = ::mkstemp(temporary.data());
+  if (out < 0) {
+    *error = reasonOf(errno);
+    return false;
+  }
+  bool ok = writeAll(out, bytes.data(), bytes.size()) && ::fsync(out) == 0;
+  int failure = ok ? 0 : errno;
+  if (::close(out) != 0 && ok) {
+    ok = false;
+    failure = errno;
+  }
+  if (ok && std::rename(temporary.c_str(), path.c_str()) != 0) {
+    ok = false;
+    failure = errno;
+  }
+  if (!ok) {
+    ::unlink(temporary.c_str());
+    *error = reasonOf(failure);
+    return false;
+  }
+  (void)::chmod(path.c_str(), 0644);
+  return true;
+}
+
 std::string freeFilePath(const std::string& folder, const std::string& name) {
   namespace fs = std::filesystem;
   const fs::path base = fs::path(folder) / name;

@@ -199,8 +199,12 @@ PPoolInfo poolInfo(const MProject& project, const PAudioPool& pool) {
   PPoolInfo info;
   const auto usage = clipUsage(project);
   for (const auto& clip : pool.clips()) info.used += usage.count(clip.get()) > 0 ? 1 : 0;
+  // A file counts once, also when clusters of clips taken from a library
+  // name it a second time.
+  std::set<std::string> seen;
   for (const AudioCluster* cluster : clustersOf(pool)) {
     for (const AudioFile& file : cluster->files()) {
+      if (!seen.insert(file.path).second) continue;
       ++info.audiofiles;
       info.totalBytes += file.lengthFrames * file.format.blockAlign();
       if (!isInside(file.path, pool.getWorkingDirectory())) ++info.externFiles;

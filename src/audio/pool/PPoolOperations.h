@@ -81,7 +81,7 @@ std::optional<PRegionDescription> describeRegion(const PAudioClip& clip, const M
 
 // The numbers of the information line.
 struct PPoolInfo {
-  int64_t audiofiles = 0;   // files of the pool's clusters
+  int64_t audiofiles = 0;   // distinct files (by path) of the pool's clips
   int64_t used = 0;         // clips that events use
   int64_t totalBytes = 0;   // sample data of all files
   int64_t externFiles = 0;  // files outside the project folder

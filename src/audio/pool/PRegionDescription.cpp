@@ -1,7 +1,6 @@
 #include "audio/pool/PRegionDescription.h"
 
 #include <cassert>
-#include <cstdio>
 #include <limits>
 #include <utility>
 
@@ -114,20 +113,16 @@ class Parser {
 
   std::string_view text_;
   size_t at_ = 0;
-  int line_ = 1;  // the line of at_, counted as the cursor moves
+  int64_t line_ = 1;  // the line of at_, counted as the cursor moves
   std::string error_;
 };
 
 bool Parser::fail(std::string_view what) {
   if (error_.empty()) {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%d", line_);
-    std::string format = kInvalidRegionDescriptionFormat;
-    const size_t d = format.find("%d");
-    format.replace(d, 2, buffer);
-    const size_t s = format.find("%s");
-    format.replace(s, 2, what);
-    error_ = format;
+    std::string text = kInvalidRegionDescriptionFormat;
+    text.replace(text.find("%d"), 2, std::to_string(line_));
+    text.replace(text.find("%s"), 2, what);
+    error_ = text;
   }
   return false;
 }

@@ -39,7 +39,7 @@ struct ColumnRanges {
 // frames from ceil(x × length / width) on.
 int64_t columnStart(int64_t column, int64_t length, int width) { return (column * length + width - 1) / width; }
 
-bool readColumns(AudioFileReader& reader, ColumnRanges* ranges) {
+bool readColumns(AudioFileReader& reader, ColumnRanges* ranges, const PWaveformImage::Progress& progress) {
   const int64_t length = reader.file().lengthFrames;
   const int channels = ranges->channels;
   const int64_t blockFrames = std::max<int64_t>(1, kBlockSamples / channels);
@@ -62,6 +62,7 @@ bool readColumns(AudioFileReader& reader, ColumnRanges* ranges) {
         high[c] = std::max(high[c], v);
       }
     }
+    if (progress) progress(frame);
   }
   ranges->fillEmpty();
   return true;
@@ -97,12 +98,12 @@ int PWaveformImage::rowFor(float v, int top, int height) {
 }
 
 bool PWaveformImage::render(AudioFileReader& reader, int width, int height, const std::vector<SilenceRegion>& regions,
-                            PRgbImage* image) {
+                            PRgbImage* image, const Progress& progress) {
   const int channels = reader.file().format.channels;
   if (!fits(width, height, channels)) return false;
   const int64_t length = reader.file().lengthFrames;
   ColumnRanges ranges(width, channels);
-  if (length > 0 && !readColumns(reader, &ranges)) return false;
+  if (length > 0 && !readColumns(reader, &ranges, progress)) return false;
 
   PRgbImage picture(width, height, kBackground);
   drawRegions(picture, regions, length);

@@ -8,6 +8,7 @@
 // zero level of each lane.
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "audio/files/AudioFileReader.h"
@@ -31,12 +32,16 @@ class PWaveformImage {
   // both sizes within 1 and the limits, and a lane at least a pixel high.
   static bool fits(int width, int height, int channels);
 
+  // Called after each block read with the frames read so far.
+  using Progress = std::function<void(int64_t frames)>;
+
   // Reads every frame of reader's file from its start, in blocks, and draws
   // the picture into *image (regions in frames, sorted). False when fits()
   // is false or the file could not be read to its end; *image is then
   // unchanged.
   [[nodiscard]] static bool render(AudioFileReader& reader, int width, int height,
-                                   const std::vector<SilenceRegion>& regions, PRgbImage* image);
+                                   const std::vector<SilenceRegion>& regions, PRgbImage* image,
+                                   const Progress& progress = {});
 
   // The row at which a lane starting at row top and height rows high shows
   // the sample value v (clamped to [-1, 1]; NaN as 0).
