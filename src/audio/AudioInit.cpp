@@ -13,6 +13,7 @@
 #include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolMaintenance.h"
+#include "audio/process/PProcessRegistration.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
 
@@ -43,6 +44,7 @@ void initializeAudio() {
   FInitializer::add("audio", FInitializer::kAudio, [] {
     registerAudioFileClasses();
     registerPoolClasses();
+    registerAudioProcessClasses();
   });
   FInitializer::runAll();
 }

@@ -10,9 +10,11 @@
 #include "cli/ConvertCommand.h"
 #include "cli/DetectSilenceCommand.h"
 #include "cli/DumpCommand.h"
+#include "cli/HistoryCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
 #include "cli/PoolCommands.h"
+#include "cli/ProcessCommand.h"
 #include "cli/ProjectCommands.h"
 #include "cli/QuantizeCommand.h"
 #include "cli/ShellCommand.h"
@@ -106,6 +108,8 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
   addDetectSilenceCommand(app, context, &exitCode);
   addWaveformCommand(app, context, &exitCode);
   addPoolCommands(app, context, &exitCode);
+  addProcessCommand(app, context, &exitCode);
+  addHistoryCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -19,7 +19,8 @@ int CliMessages::ask(std::string_view text, const std::vector<std::string>& choi
   // --yes answers the warnings also on a terminal: the user gave it on purpose.
   int yes = -1;
   for (size_t i = 0; assumeYes_ && i < choices.size(); ++i) {
-    if (choices[i] == "Yes") yes = static_cast<int>(i);
+    // "Sure" is the yes of the warnings that nothing can undo.
+    if (choices[i] == "Yes" || choices[i] == "Sure") yes = static_cast<int>(i);
   }
   if (yes < 0 && terminal_ != nullptr && !choices.empty()) return askTerminal(choices, defaultChoice);
   const int answer = yes >= 0 ? yes : defaultChoice;

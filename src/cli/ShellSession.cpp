@@ -77,6 +77,7 @@ void ShellSession::addVerbs() {
   addMarkerVerbs(verbs_);
   addMidiImportVerbs(verbs_);
   addPoolVerbs(verbs_);
+  addProcessVerbs(verbs_);
 }
 
 MProject& ShellSession::project() { return *document_.project(); }

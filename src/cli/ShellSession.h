@@ -152,5 +152,6 @@ void addCurrentQuantizeVerbs(std::vector<ShellVerb>& verbs);
 void addMidiExportVerbs(std::vector<ShellVerb>& verbs);
 void addMidiImportVerbs(std::vector<ShellVerb>& verbs);
 void addPoolVerbs(std::vector<ShellVerb>& verbs);
+void addProcessVerbs(std::vector<ShellVerb>& verbs);
 
 }  // namespace vantor::cli
