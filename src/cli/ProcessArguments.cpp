@@ -66,18 +66,18 @@ bool applyParameters(PAudioProcess& process, const std::vector<std::string>& par
 
 std::string describeParameters(const PAudioProcess& process) {
   std::string text;
-  for (const PParameterSpec& spec : process.parameterSpecs()) {
-    std::string row = spec.key;
-    switch (spec.kind) {
+  for (const PParameterSpec& definition : process.parameterSpecs()) {
+    std::string row = definition.key;
+    switch (definition.kind) {
       case PParameterSpec::Kind::kText:
-        row += fmt::format(" (text, default \"{}\")", spec.text);
+        row += fmt::format(" (text, default \"{}\")", definition.text);
         break;
       case PParameterSpec::Kind::kChoice:
-        row += fmt::format(" ({})", spec.text);
+        row += fmt::format(" ({})", definition.text);
         break;
       default:
-        row += fmt::format(" ({}{}{:g} to {:g}, default {:g})", spec.unit, spec.unit[0] != '\0' ? ", " : "",
-                           spec.minimum, spec.maximum, spec.defaultValue);
+        row += fmt::format(" ({}{}{:g} to {:g}, default {:g})", definition.unit, definition.unit[0] != '\0' ? ", " : "",
+                           definition.minimum, definition.maximum, definition.defaultValue);
     }
     text += (text.empty() ? "" : ", ") + row;
   }

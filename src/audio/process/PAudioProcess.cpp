@@ -46,8 +46,8 @@ std::string formatValue(double value) {
 }
 
 const PParameterSpec* findSpec(const std::vector<PParameterSpec>& specs, std::string_view key) {
-  for (const PParameterSpec& spec : specs) {
-    if (key == spec.key) return &spec;
+  for (const PParameterSpec& definition : specs) {
+    if (key == definition.key) return &definition;
   }
   return nullptr;
 }
@@ -61,17 +61,17 @@ std::vector<PParameterSpec> PAudioProcess::parameterSpecs() const { return {}; }
 FAttributes& PAudioProcess::ensureDefaults() const {
   if (parameters_) return *parameters_;
   parameters_ = FRef<FAttributes>(new FAttributes(getClassName()));
-  for (const PParameterSpec& spec : parameterSpecs()) {
-    switch (spec.kind) {
+  for (const PParameterSpec& definition : parameterSpecs()) {
+    switch (definition.kind) {
       case PParameterSpec::Kind::kNumber:
-        parameters_->setFloat(spec.key, spec.defaultValue);
+        parameters_->setFloat(definition.key, definition.defaultValue);
         break;
       case PParameterSpec::Kind::kInteger:
       case PParameterSpec::Kind::kChoice:
-        parameters_->setInt(spec.key, static_cast<int64_t>(spec.defaultValue));
+        parameters_->setInt(definition.key, static_cast<int64_t>(definition.defaultValue));
         break;
       case PParameterSpec::Kind::kText:
-        parameters_->setString(spec.key, spec.text);
+        parameters_->setString(definition.key, definition.text);
         break;
     }
   }
@@ -82,18 +82,18 @@ const FAttributes& PAudioProcess::parameters() const { return ensureDefaults(); 
 
 bool PAudioProcess::checkText(std::string_view, const std::string&, std::string*) const { return true; }
 
-bool PAudioProcess::setChecked(const PParameterSpec& spec, std::string_view value, FAttributes& into,
+bool PAudioProcess::setChecked(const PParameterSpec& definition, std::string_view value, FAttributes& into,
                                std::string* error) const {
-  const std::string key = spec.key;
-  if (spec.kind == PParameterSpec::Kind::kText) {
+  const std::string key = definition.key;
+  if (definition.kind == PParameterSpec::Kind::kText) {
     const std::string textValue(value);
     if (!checkText(key, textValue, error)) return false;
     into.setString(key, textValue);
     return true;
   }
   double number = 0;
-  if (spec.kind == PParameterSpec::Kind::kChoice) {
-    const std::vector<std::string> choices = splitChoices(spec.text);
+  if (definition.kind == PParameterSpec::Kind::kChoice) {
+    const std::vector<std::string> choices = splitChoices(definition.text);
     for (size_t i = 0; i < choices.size(); ++i) {
       if (value == choices[i]) number = static_cast<double>(i) + 0.5;
     }
@@ -102,13 +102,13 @@ bool PAudioProcess::setChecked(const PParameterSpec& spec, std::string_view valu
       return true;
     }
   }
-  const bool integral = spec.kind != PParameterSpec::Kind::kNumber;
-  if (!parseNumber(value, &number) || (integral && number != std::floor(number)) || number < spec.minimum ||
-      number > spec.maximum) {
+  const bool integral = definition.kind != PParameterSpec::Kind::kNumber;
+  if (!parseNumber(value, &number) || (integral && number != std::floor(number)) || number < definition.minimum ||
+      number > definition.maximum) {
     *error = "\"" + key + "\" takes " + (integral ? "a whole number" : "a number") + " from " +
-             formatValue(spec.minimum) + " to " + formatValue(spec.maximum) +
-             (spec.unit[0] != '\0' ? std::string(" ") + spec.unit : std::string()) + ", not \"" + std::string(value) +
-             "\"";
+             formatValue(definition.minimum) + " to " + formatValue(definition.maximum) +
+             (definition.unit[0] != '\0' ? std::string(" ") + definition.unit : std::string()) + ", not \"" +
+             std::string(value) + "\"";
     return false;
   }
   if (integral) {
@@ -121,37 +121,37 @@ bool PAudioProcess::setChecked(const PParameterSpec& spec, std::string_view valu
 
 bool PAudioProcess::setParameter(std::string_view key, std::string_view value, std::string* error) {
   const std::vector<PParameterSpec> specs = parameterSpecs();
-  const PParameterSpec* spec = findSpec(specs, key);
-  if (spec == nullptr) {
+  const PParameterSpec* definition = findSpec(specs, key);
+  if (definition == nullptr) {
     *error = "\"" + std::string(key) + "\" is no parameter of " + displayName();
     return false;
   }
-  return setChecked(*spec, value, ensureDefaults(), error);
+  return setChecked(*definition, value, ensureDefaults(), error);
 }
 
 bool PAudioProcess::restoreParameters(const FAttributes& stored, std::string* error) {
   FRef<FAttributes> next = copyParameters();
-  for (const PParameterSpec& spec : parameterSpecs()) {
-    if (!stored.contains(spec.key)) continue;
+  for (const PParameterSpec& definition : parameterSpecs()) {
+    if (!stored.contains(definition.key)) continue;
     std::string value;
     double number = 0;
-    if (spec.kind == PParameterSpec::Kind::kText) {
-      if (!stored.getString(spec.key, &value)) {
-        *error = "\"" + std::string(spec.key) + "\" holds no text";
+    if (definition.kind == PParameterSpec::Kind::kText) {
+      if (!stored.getString(definition.key, &value)) {
+        *error = "\"" + std::string(definition.key) + "\" holds no text";
         return false;
       }
-    } else if (stored.getFloat(spec.key, &number)) {
-      value = spec.kind == PParameterSpec::Kind::kNumber ? formatValue(number) : std::to_string(int64_t(number));
-      if (spec.kind == PParameterSpec::Kind::kNumber) {
+    } else if (stored.getFloat(definition.key, &number)) {
+      value = definition.kind == PParameterSpec::Kind::kNumber ? formatValue(number) : std::to_string(int64_t(number));
+      if (definition.kind == PParameterSpec::Kind::kNumber) {
         // Keep the stored double exactly, not its printed form.
-        if (number < spec.minimum || number > spec.maximum || !std::isfinite(number)) {
-          return setChecked(spec, value, *next, error);
+        if (number < definition.minimum || number > definition.maximum || !std::isfinite(number)) {
+          return setChecked(definition, value, *next, error);
         }
-        next->setFloat(spec.key, number);
+        next->setFloat(definition.key, number);
         continue;
       }
     }
-    if (!setChecked(spec, value, *next, error)) return false;
+    if (!setChecked(definition, value, *next, error)) return false;
   }
   parameters_ = next;
   return true;
@@ -178,16 +178,16 @@ double PAudioProcess::number(std::string_view key) const {
   double value = 0;
   if (ensureDefaults().getFloat(key, &value)) return value;
   const std::vector<PParameterSpec> specs = parameterSpecs();
-  const PParameterSpec* spec = findSpec(specs, key);
-  return spec != nullptr ? spec->defaultValue : 0.0;
+  const PParameterSpec* definition = findSpec(specs, key);
+  return definition != nullptr ? definition->defaultValue : 0.0;
 }
 
 std::string PAudioProcess::text(std::string_view key) const {
   std::string value;
   if (!ensureDefaults().getString(key, &value)) {
     const std::vector<PParameterSpec> specs = parameterSpecs();
-    const PParameterSpec* spec = findSpec(specs, key);
-    if (spec != nullptr) value = spec->text;
+    const PParameterSpec* definition = findSpec(specs, key);
+    if (definition != nullptr) value = definition->text;
   }
   return value;
 }
