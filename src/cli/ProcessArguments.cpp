@@ -91,6 +91,11 @@ std::string resultFolder(const PDocument& document) {
   return std::filesystem::absolute(document.path()).parent_path().string();
 }
 
+bool wantsNewFile(FUserMessages& messages, bool replace, bool newVersion) {
+  if (replace || newVersion) return newVersion;
+  return messages.ask(kReplaceOrNewQuestion, {kReplaceChoice, kNewFileChoice}, 0) == 1;
+}
+
 std::function<void(double)> terminalProgress(CliContext& context) {
   if (!stderrIsTerminal()) return {};
   auto shown = std::make_shared<int>(-1);

@@ -38,6 +38,13 @@ std::string describeParameters(const PAudioProcess& process);
 // directory, or the folder of its file when that is missing.
 std::string resultFolder(const PDocument& document);
 
+// "Replace original or create new file?". A process never changes a file:
+// "Replace" processes the clip itself (its history gains an entry), "New
+// File" processes a new version of it and leaves the clip as it was.
+// --replace or --new-version answer it; otherwise the user is asked, and a
+// script takes "Replace". True for "New File".
+bool wantsNewFile(FUserMessages& messages, bool replace, bool newVersion);
+
 // A progress line on stderr ("Processing 42%") when it is a terminal.
 std::function<void(double)> terminalProgress(CliContext& context);
 

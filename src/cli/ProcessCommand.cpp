@@ -37,6 +37,7 @@ struct Options {
   int64_t from = 0;
   int64_t to = -1;  // the clip's end
   bool newVersion = false;
+  bool replace = false;
   bool addRegions = false;
   bool stripSilence = false;
   std::string eventsTrack;  // --add-events TRACK
@@ -170,7 +171,7 @@ int runProcess(CliContext& context, const Options& options) {
     return kExitDataError;
   }
   if (!process->changesAudio()) return runAnalysis(context, document, *clip, *process, options);
-  if (options.newVersion) clip = newVersion(document, *clip);
+  if (wantsNewFile(context.messages, options.replace, options.newVersion)) clip = newVersion(document, *clip);
   if (clip == nullptr) return report(context, "the new version could not be made"), kExitDataError;
 
   auto command = makeRef<PAudioProcessCommand>(FRef<PAudioClip>::share(clip), process, options.from, to - options.from,
@@ -217,6 +218,8 @@ void addProcessCommand(CLI::App& app, CliContext& context, int* exitCode) {
       ->check(CLI::NonNegativeNumber);
   command->add_flag("--new-version", options->newVersion,
                     "Create New Version: process a new clip of the same audio, keeping this one");
+  command->add_flag("--replace", options->replace, "Process this clip (its files stay as they are)")
+      ->excludes("--new-version");
   command->add_flag("--add-regions", options->addRegions, "Detect Silence: add the regions found to the clip");
   command->add_option("--add-events", options->eventsTrack,
                       "Detect Silence: add the regions to the clip and as events on this audio track (name or "

@@ -6,6 +6,8 @@
 #include <ostream>
 
 #include "audio/pool/PAudioPool.h"
+#include "audio/pool/PPoolCommands.h"
+#include "audio/pool/PPoolOperations.h"
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PEditHistoryActions.h"
 #include "cli/PoolCommands.h"
@@ -78,6 +80,11 @@ bool processClip(ShellSession& s, const ShellArgs& a) {
   if (!process) return false;
   if (!process->changesAudio())
     return s.fail(process->displayName() + " changes no audio: run it with `vantor process`");
+  if (wantsNewFile(s.context().messages, false, false)) {
+    FRef<MCommand> version = makeNewVersionCommand(*PAudioPool::poolOf(s.project()), *clip);
+    if (!s.perform(version)) return false;
+    clip = static_cast<PAddClipsCommand&>(*version).clips().front().get();
+  }
   auto command = makeRef<PAudioProcessCommand>(FRef<PAudioClip>::share(clip), process, from, to - from,
                                                resultFolder(s.document()), &s.context().messages);
   command->setProgress(terminalProgress(s.context()));

@@ -96,7 +96,11 @@ TEST_F(CliProcess, ProcessListRemoveAndFreeze) {
   ASSERT_EQ(halved.size(), expected.size());
   for (size_t i = 0; i < halved.size(); ++i) ASSERT_NEAR(halved[i], expected[i], 1e-4f) << i;
 
-  ASSERT_EQ(runVantor({"process", project, "1", "Silence", "--from", "1500"}).status, 0);
+  // Without --replace or --new-version the question is asked; a script takes "Replace".
+  const auto asked = runVantor({"process", project, "1", "Silence", "--from", "1500"});
+  ASSERT_EQ(asked.status, 0) << asked.err;
+  EXPECT_NE(asked.err.find("Replace original or create new file?\n(answered: Replace)"), std::string::npos)
+      << asked.err;
   const auto history = json(runVantor({"history", project, "Take", "--json"}));
   EXPECT_EQ(history.at("title"), "Offline Process History for Take");
   ASSERT_EQ(history.at("entries").size(), 2u);
