@@ -1,7 +1,7 @@
 // The shell verbs of the audio pool: listing it, "Import Medium",
 // "Insert into Project", "Create Regions", "New Version", "Remove Unused
 // Media", "Create Folder", the trash, "Minimize File", "Prepare Archive",
-// "Conform Files" and pool files; each change is an undoable step (erasing
+// "Conform Files", "Find Missing Files" and pool files; each change is an undoable step (erasing
 // files and writing a pool file are not changes of the project).
 
 #include <ostream>
@@ -16,6 +16,7 @@
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
 #include "cli/PoolCommands.h"
+#include "cli/PoolResolve.h"
 #include "cli/ShellSession.h"
 #include "document/PDeviceSetup.h"
 #include "document/PDocument.h"
@@ -231,6 +232,37 @@ bool removeMissing(ShellSession& s, const ShellArgs& a) {
   return s.perform(command);
 }
 
+// "Find Missing Files": a search under FOLDER with the filter rows given.
+// Files that stay missing are listed but do not fail the line: what was
+// found is one undoable step, kept like any other.
+bool resolveFiles(ShellSession& s, const ShellArgs& a) {
+  if (a.empty()) return s.fail("usage: pool resolve FOLDER [FILTER=TRANSLATION[:STRIP_TOP[:ASCEND]]...]");
+  ResolveRequest request;
+  request.folder = a[0];
+  for (size_t i = 1; i < a.size(); ++i) {
+    PPathFilter filter;
+    std::string error;
+    if (!parsePathFilter(a[i], &filter, &error)) return s.fail(error);
+    request.filters.add(std::move(filter));
+  }
+  ResolveOutcome outcome;
+  if (!resolveMissingFiles(s, request, &outcome)) return false;
+  printResolveOutcome(s.out(), outcome);
+  return true;
+}
+
+// "Locate": one missing file, named by its path or by its clip.
+bool locateFile(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: pool locate CLIP|PATH NEWPATH");
+  ResolveRequest request;
+  request.locates.emplace_back(a[0], a[1]);
+  ResolveOutcome outcome;
+  if (!resolveMissingFiles(s, request, &outcome)) return false;
+  if (!outcome.refused.empty()) return s.fail(outcome.refused.front().reason);
+  printResolveOutcome(s.out(), outcome);
+  return true;
+}
+
 }  // namespace
 
 void addPoolVerbs(std::vector<ShellVerb>& verbs) {
@@ -252,6 +284,9 @@ void addPoolVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"pool minimize", "CLIP", "reduce a clip's files to what events and regions use", minimize});
   verbs.push_back(
       {"pool archive", "", "\"Prepare Archive\": remove unused media, copy outside files in", prepareArchive});
+  verbs.push_back({"pool resolve", "FOLDER [FILTER=TRANSLATION[:STRIP_TOP[:ASCEND]]...]",
+                   "\"Find Missing Files\": search a folder for the missing files and relink them", resolveFiles});
+  verbs.push_back({"pool locate", "CLIP|PATH NEWPATH", "take NEWPATH for a missing file", locateFile});
   verbs.push_back({"pool conform", "[CLIP]", "convert files to the project's sample rate", conformFiles});
   verbs.push_back({"pool save", "FILE", "write the pool to a pool file (a library)", savePool});
   verbs.push_back(
