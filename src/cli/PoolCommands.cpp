@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "audio/pool/PConvertFilesCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolOperations.h"
+#include "audio/pool/PVideoAudioExtractor.h"
 #include "audio/pool/PoolMessages.h"
 #include "cli/PoolResolve.h"
 #include "cli/ShellSession.h"
@@ -29,6 +31,7 @@ struct ImportOptions {
   std::vector<std::string> inputs;
   bool copy = false;
   bool convert = false;
+  bool extractVideo = false;
   std::string track;
   std::string at;
   bool json = false;
@@ -106,6 +109,12 @@ PImportOptions importOptions(CliContext& context, const PDocument& document, con
   return out;
 }
 
+// Where ffmpeg is looked for: the folders of $PATH.
+std::string programSearchPath() {
+  const char* path = std::getenv("PATH");
+  return path == nullptr ? "" : path;
+}
+
 // Places the clips one after the other on track from position (pulses).
 bool insertClips(ShellSession& session, const std::vector<FRef<PAudioClip>>& clips, MTrackEvent& track,
                  double position) {
@@ -136,8 +145,10 @@ int runImportAudio(CliContext& context, const ImportOptions& options) {
   const PAddClipsCommand* add = nullptr;
   if (ok) {
     PAudioPool* pool = PAudioPool::ensurePool(session.project());
-    FRef<MCommand> command = makeImportMediumCommand(*pool, options.inputs, importOptions(context, document, options),
-                                                     nullptr, context.messages);
+    FRef<MCommand> command =
+        options.extractVideo ? makeExtractAudioCommand(*pool, options.inputs, programSearchPath(), context.messages)
+                             : makeImportMediumCommand(*pool, options.inputs, importOptions(context, document, options),
+                                                       nullptr, context.messages);
     add = dynamic_cast<PAddClipsCommand*>(command.get());
     ok = add != nullptr && session.perform(command);
   }
@@ -350,9 +361,16 @@ void addImportAudio(CLI::App& app, CliContext& context, int* exitCode) {
   auto options = std::make_shared<ImportOptions>();
   command->add_option("FILE", options->project, "Project file (.vpr)")->required();
   command->add_option("IN", options->inputs, "Audio files to import (WAVE, AIFF, AIFC)")->required();
-  command->add_flag("--copy", options->copy, "Copy the files into the project folder's Audio folder");
-  command->add_flag("--convert", options->convert,
-                    "Copy and convert files whose format differs from the project's (\"Convert if needed\")");
+  auto* copy = command->add_flag("--copy", options->copy, "Copy the files into the project folder's Audio folder");
+  auto* convert =
+      command->add_flag("--convert", options->convert,
+                        "Copy and convert files whose format differs from the project's (\"Convert if needed\")");
+  command
+      ->add_flag("--extract-video", options->extractVideo,
+                 "\"Extract Audio from Videofile\": IN are video files; the first audio stream of each becomes a "
+                 "32-bit float WAVE file in the Audio folder (needs the ffmpeg program)")
+      ->excludes(copy)
+      ->excludes(convert);
   auto* track = command->add_option("--track", options->track, "Audio track (name or number) to place the clips on");
   command->add_option("--at", options->at, "Where the first clip starts: pulses, bars, seconds or minutes")
       ->needs(track);

@@ -1,9 +1,11 @@
 // The shell verbs of the audio pool: listing it, "Import Medium",
-// "Insert into Project", "Create Regions", "New Version", "Remove Unused
-// Media", "Create Folder", the trash, "Minimize File", "Prepare Archive",
-// "Conform Files", "Find Missing Files" and pool files; each change is an undoable step (erasing
-// files and writing a pool file are not changes of the project).
+// "Extract Audio from Videofile", "Insert into Project", "Create Regions",
+// "New Version", "Remove Unused Media", "Create Folder", the trash,
+// "Minimize File", "Prepare Archive", "Conform Files", "Find Missing
+// Files" and pool files; each change is an undoable step (erasing files and
+// writing a pool file are not changes of the project).
 
+#include <cstdlib>
 #include <ostream>
 
 #include "audio/pool/PAudioImporter.h"
@@ -14,6 +16,7 @@
 #include "audio/pool/PPoolFile.h"
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
+#include "audio/pool/PVideoAudioExtractor.h"
 #include "audio/pool/PoolMessages.h"
 #include "cli/PoolCommands.h"
 #include "cli/PoolResolve.h"
@@ -63,6 +66,17 @@ bool importMedium(ShellSession& s, const ShellArgs& a) {
                                                    nullptr, s.context().messages);
   if (!command) return false;
   if (!s.perform(command)) return false;
+  for (const auto& clip : static_cast<PAddClipsCommand&>(*command).clips()) s.out() << clipLine(*clip, 0) << "\n";
+  return true;
+}
+
+// "Extract Audio from Videofile": ffmpeg is looked for on $PATH.
+bool extractAudio(ShellSession& s, const ShellArgs& a) {
+  if (a.empty()) return s.fail("usage: pool extract VIDEO...");
+  const char* path = std::getenv("PATH");
+  FRef<MCommand> command = makeExtractAudioCommand(poolOf(s), std::vector<std::string>(a.begin(), a.end()),
+                                                   path == nullptr ? "" : path, s.context().messages);
+  if (!command || !s.perform(command)) return false;
   for (const auto& clip : static_cast<PAddClipsCommand&>(*command).clips()) s.out() << clipLine(*clip, 0) << "\n";
   return true;
 }
@@ -269,6 +283,9 @@ void addPoolVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"pool", "", "list the audio pool's clips and its information line", listPool});
   verbs.push_back({"pool import", "FILE...", "enter audio files in the pool (\"On Import Audiofile\" decides copying)",
                    importMedium});
+  verbs.push_back({"pool extract", "VIDEO...",
+                   "\"Extract Audio from Videofile\": a video's first audio stream as a clip (needs ffmpeg)",
+                   extractAudio});
   verbs.push_back({"pool insert", "CLIP TRACK [POSITION|origin]",
                    "put a clip on an audio track at a position or at its origin", insertClip});
   verbs.push_back({"pool region", "CLIP NAME START LENGTH", "add a region of frames to a clip", createRegion});

@@ -366,6 +366,7 @@ const Row kRows[] = {
     {"pool locate X /tmp/x.wav", kNo, "\"X\" is neither a missing file nor a clip of the pool"},
     {"pool locate 1 /tmp/x.wav", kNo, "has no missing file"},
     {"pool locate X", kNo, "usage: pool locate CLIP|PATH NEWPATH"},
+    {"pool extract", kNo, "usage: pool extract VIDEO..."},
     // Offline processes on clip 1 (kick, 4484 frames) and its history.
     {"process 1 Gain 0 4484 Gain=-3", kOk},
     {"process 1 \"Simple Echo\" \"Echo length=5\" \"Source=Output\"", kOk},

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -218,6 +219,30 @@ TEST(CliPool, ConvertFilesWritesNewFilesInTheAudioFolder) {
   EXPECT_NE(result.err.find("the pool has no clip \"b\""), std::string::npos);
   EXPECT_EQ(runVantor({"pool", project, "--convert", "a", "--format", "mp3"}).status, 2);
   EXPECT_EQ(runVantor({"pool", project, "--bits", "24"}).status, 2);
+}
+
+TEST(CliPool, ExtractVideoEntersTheSoundAsAFloatWaveClip) {
+  TempFolder dir;
+  const std::string project = (dir / "song.vpr").string();
+  ASSERT_EQ(runVantor({"new", project}).status, 0);
+  EXPECT_EQ(runVantor({"import-audio", project, "x.avi", "--extract-video", "--copy"}).status, 2);
+  const std::string video = (dir / "take.mkv").string();
+  if (std::system(("ffmpeg -nostdin -loglevel error -f lavfi -i testsrc=size=32x32:rate=5 -f lavfi -i "
+                   "sine=sample_rate=48000 -t 0.5 -c:v mpeg4 -c:a pcm_s16le '" +
+                   video + "'")
+                      .c_str()) != 0) {
+    GTEST_SKIP() << "ffmpeg is not installed";
+  }
+  test::RunResult result = runVantor({"import-audio", project, video, "--extract-video", "--json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const nlohmann::json clip = nlohmann::json::parse(result.out)["clips"][0];
+  EXPECT_EQ(clip["name"], "take");
+  EXPECT_EQ(clip["frames"], 24000);  // half a second at 48 kHz
+  EXPECT_EQ(clip["files"][0]["path"], (dir / "Audio/take.wav").string());
+  result = runVantor({"import-audio", project, (dir / "song.vpr").string(), "--extract-video"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("no audio could be extracted from"), std::string::npos) << result.err;
+  EXPECT_EQ(poolJson(project)["clips"].size(), 1u);
 }
 
 }  // namespace
