@@ -13,6 +13,7 @@
 #include "audio/pool/PMinimizeCommand.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolMaintenance.h"
+#include "audio/pool/PRelinkFilesCommand.h"
 #include "audio/process/PProcessRegistration.h"
 #include "foundation/FInitializer.h"
 #include "model/MModelInit.h"
@@ -37,6 +38,7 @@ void registerPoolClasses() {
   PConvertFilesCommand::classDescriptor();
   PMinimizeCommand::classDescriptor();
   PMoveClipsCommand::classDescriptor();
+  PRelinkFilesCommand::classDescriptor();
 }
 
 void initializeAudio() {

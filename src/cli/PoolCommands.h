@@ -1,12 +1,18 @@
 #pragma once
 // The pool on the command line:
-//   `vantor import-audio FILE.vpr IN... [--copy] [--convert] [--track NAME
-//    --at POSITION] [--json]`: enters audio files in the project's pool
-//    (one undoable action) and, with --track, places them on that audio
-//    track one after the other from POSITION; then saves.
+//   `vantor import-audio FILE.vpr IN... [--copy] [--convert]
+//    [--extract-video] [--track NAME --at POSITION] [--json]`: enters audio files (or, with
+//    --extract-video, the sound of video files) in the project's pool (one
+//    undoable action) and, with --track, places them on that audio track
+//    one after the other from POSITION; then saves.
 //   `vantor pool FILE.vpr [--json] [--missing] [--remove-unused]`: lists the
 //    pool's clips and its information line; --remove-unused removes the
 //    clips no event uses and saves.
+//   `vantor pool FILE.vpr --resolve FOLDER [--filter ROW]... [--locate
+//    MISSING=NEWPATH]... [--json]`: "Find Missing Files"; relinks what fits,
+//    saves, and exits with 1 while files stay missing.
+//   `vantor pool FILE.vpr --convert CLIP... [--format F] [--bits B] [--rate
+//    HZ]`: "Convert Files" into the Audio folder, then saves.
 //   `vantor regions FILE.vpr CLIP [--json]`: lists a clip's regions.
 
 #include <CLI/CLI.hpp>

@@ -1,9 +1,11 @@
 // The shell verbs of the audio pool: listing it, "Import Medium",
-// "Insert into Project", "Create Regions", "New Version", "Remove Unused
-// Media", "Create Folder", the trash, "Minimize File", "Prepare Archive",
-// "Conform Files" and pool files; each change is an undoable step (erasing
-// files and writing a pool file are not changes of the project).
+// "Extract Audio from Videofile", "Insert into Project", "Create Regions",
+// "New Version", "Remove Unused Media", "Create Folder", the trash,
+// "Minimize File", "Prepare Archive", "Conform Files", "Find Missing
+// Files" and pool files; each change is an undoable step (erasing files and
+// writing a pool file are not changes of the project).
 
+#include <cstdlib>
 #include <ostream>
 
 #include "audio/pool/PAudioImporter.h"
@@ -14,8 +16,10 @@
 #include "audio/pool/PPoolFile.h"
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
+#include "audio/pool/PVideoAudioExtractor.h"
 #include "audio/pool/PoolMessages.h"
 #include "cli/PoolCommands.h"
+#include "cli/PoolResolve.h"
 #include "cli/ShellSession.h"
 #include "document/PDeviceSetup.h"
 #include "document/PDocument.h"
@@ -62,6 +66,17 @@ bool importMedium(ShellSession& s, const ShellArgs& a) {
                                                    nullptr, s.context().messages);
   if (!command) return false;
   if (!s.perform(command)) return false;
+  for (const auto& clip : static_cast<PAddClipsCommand&>(*command).clips()) s.out() << clipLine(*clip, 0) << "\n";
+  return true;
+}
+
+// "Extract Audio from Videofile": ffmpeg is looked for on $PATH.
+bool extractAudio(ShellSession& s, const ShellArgs& a) {
+  if (a.empty()) return s.fail("usage: pool extract VIDEO...");
+  const char* path = std::getenv("PATH");
+  FRef<MCommand> command = makeExtractAudioCommand(poolOf(s), std::vector<std::string>(a.begin(), a.end()),
+                                                   path == nullptr ? "" : path, s.context().messages);
+  if (!command || !s.perform(command)) return false;
   for (const auto& clip : static_cast<PAddClipsCommand&>(*command).clips()) s.out() << clipLine(*clip, 0) << "\n";
   return true;
 }
@@ -231,12 +246,46 @@ bool removeMissing(ShellSession& s, const ShellArgs& a) {
   return s.perform(command);
 }
 
+// "Find Missing Files": a search under FOLDER with the filter rows given.
+// Files that stay missing are listed but do not fail the line: what was
+// found is one undoable step, kept like any other.
+bool resolveFiles(ShellSession& s, const ShellArgs& a) {
+  if (a.empty()) return s.fail("usage: pool resolve FOLDER [FILTER=TRANSLATION[:STRIP_TOP[:ASCEND]]...]");
+  ResolveRequest request;
+  request.folder = a[0];
+  for (size_t i = 1; i < a.size(); ++i) {
+    PPathFilter filter;
+    std::string error;
+    if (!parsePathFilter(a[i], &filter, &error)) return s.fail(error);
+    request.filters.add(std::move(filter));
+  }
+  ResolveOutcome outcome;
+  if (!resolveMissingFiles(s, request, &outcome)) return false;
+  printResolveOutcome(s.out(), outcome);
+  return true;
+}
+
+// "Locate": one missing file, named by its path or by its clip.
+bool locateFile(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: pool locate CLIP|PATH NEWPATH");
+  ResolveRequest request;
+  request.locates.emplace_back(a[0], a[1]);
+  ResolveOutcome outcome;
+  if (!resolveMissingFiles(s, request, &outcome)) return false;
+  if (!outcome.refused.empty()) return s.fail(outcome.refused.front().reason);
+  printResolveOutcome(s.out(), outcome);
+  return true;
+}
+
 }  // namespace
 
 void addPoolVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"pool", "", "list the audio pool's clips and its information line", listPool});
   verbs.push_back({"pool import", "FILE...", "enter audio files in the pool (\"On Import Audiofile\" decides copying)",
                    importMedium});
+  verbs.push_back({"pool extract", "VIDEO...",
+                   "\"Extract Audio from Videofile\": a video's first audio stream as a clip (needs ffmpeg)",
+                   extractAudio});
   verbs.push_back({"pool insert", "CLIP TRACK [POSITION|origin]",
                    "put a clip on an audio track at a position or at its origin", insertClip});
   verbs.push_back({"pool region", "CLIP NAME START LENGTH", "add a region of frames to a clip", createRegion});
@@ -252,6 +301,9 @@ void addPoolVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"pool minimize", "CLIP", "reduce a clip's files to what events and regions use", minimize});
   verbs.push_back(
       {"pool archive", "", "\"Prepare Archive\": remove unused media, copy outside files in", prepareArchive});
+  verbs.push_back({"pool resolve", "FOLDER [FILTER=TRANSLATION[:STRIP_TOP[:ASCEND]]...]",
+                   "\"Find Missing Files\": search a folder for the missing files and relink them", resolveFiles});
+  verbs.push_back({"pool locate", "CLIP|PATH NEWPATH", "take NEWPATH for a missing file", locateFile});
   verbs.push_back({"pool conform", "[CLIP]", "convert files to the project's sample rate", conformFiles});
   verbs.push_back({"pool save", "FILE", "write the pool to a pool file (a library)", savePool});
   verbs.push_back(

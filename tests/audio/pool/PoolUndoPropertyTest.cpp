@@ -12,6 +12,7 @@
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
+#include "audio/pool/PRelinkFilesCommand.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
 #include "support/ArchiveBytes.h"
@@ -44,7 +45,7 @@ TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
       FRef<MCommand> command;
       PAudioClip* clip = pool.clips().empty() ? nullptr : pool.clips()[pick(pool.clips().size())].get();
       std::string error;
-      switch (clip == nullptr ? 0 : pick(8)) {
+      switch (clip == nullptr ? 0 : pick(9)) {
         case 0:
           command = makeImportMediumCommand(pool, {waves[pick(waves.size())]}, {}, nullptr, messages);
           break;
@@ -70,6 +71,13 @@ TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
           command = FRef<MCommand>(new PCreateFolderCommand(FRef<GTreeEntry>::share(pool.tree().root()),
                                                             freeFolderName(*pool.tree().root(), "F")));
           break;
+        case 7: {
+          // Relinked to another of the waves; a shorter one is refused.
+          std::vector<PRelinkRefusal> refused;
+          command = makeRelinkFilesCommand(pool, {{clip->getCluster()->files()[0].path, waves[pick(waves.size())]}},
+                                           &refused);
+          break;
+        }
         default:
           command = FRef<MCommand>(new PSetRecordFolderCommand(
               FRef<PAudioPool>::share(&pool), FRef<GTreeEntry>::share(pool.tree().root()->children().back().get())));
