@@ -73,31 +73,13 @@ TEST(SampleCodec, Decodes24BitExtremes) {
   for (int i = 0; i < 5; ++i) EXPECT_TRUE(sameBits(out[i], expected[i])) << i;
 }
 
-// A file of random 24-bit samples written by libsndfile.
-void writeRandom24Bit(const std::string& path, int format, int channels, int64_t frames) {
-  SF_INFO info{};
-  info.samplerate = 48000;
-  info.channels = channels;
-  info.format = format | SF_FORMAT_PCM_24;
-  SNDFILE* sf = sf_open(path.c_str(), SFM_WRITE, &info);
-  ASSERT_NE(sf, nullptr);
-  std::mt19937 random(static_cast<unsigned>(frames));
-  // Left-justified in 32 bits, as libsndfile takes them: exact in 24.
-  std::vector<int> samples(static_cast<size_t>(frames * channels));
-  for (int& s : samples) s = static_cast<int>(random() & 0xffffff00u);
-  samples.front() = INT32_MIN;
-  samples.back() = 0x7fffff00;
-  ASSERT_EQ(sf_writef_int(sf, samples.data(), frames), frames);
-  sf_close(sf);
-}
-
 TEST(SampleCodec, ReaderMatchesLibsndfileOnRandom24BitFilesAtEveryBlockSize) {
   test::TempDir dir;
   // 100003 frames of stereo pass several of the reader's 256 KiB blocks.
   for (const int format : {SF_FORMAT_WAV, SF_FORMAT_AIFF}) {
     for (const int channels : {1, 2, 3}) {
       const std::string path = dir.file("random");
-      writeRandom24Bit(path, format, channels, 100003);
+      ASSERT_TRUE(test::writeRandom24Bit(path, format, channels, 100003));
       const auto theirs = test::readSndfile(path);
       ASSERT_TRUE(theirs);
       for (const int64_t block : {1, 3, 4, 5, 4096, 43691, 1 << 20}) {
