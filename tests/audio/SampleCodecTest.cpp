@@ -61,18 +61,6 @@ TEST(SampleCodec, Decodes24BitSamplesAtEveryLengthAndAlignment) {
   }
 }
 
-TEST(SampleCodec, Decodes24BitExtremes) {
-  // -2^23, -1, 0, 1 and 2^23 − 1, little-endian, then big-endian.
-  const uint8_t little[] = {0x00, 0x00, 0x80, 0xff, 0xff, 0xff, 0, 0, 0, 1, 0, 0, 0xff, 0xff, 0x7f};
-  const uint8_t big[] = {0x80, 0x00, 0x00, 0xff, 0xff, 0xff, 0, 0, 0, 0, 0, 1, 0x7f, 0xff, 0xff};
-  const float expected[] = {-1.0f, -1.0f / 8388608, 0.0f, 1.0f / 8388608, 8388607.0f / 8388608};
-  float out[5];
-  decodeSamples(little, out, 5, SampleEncoding{3, false, false, false});
-  for (int i = 0; i < 5; ++i) EXPECT_TRUE(sameBits(out[i], expected[i])) << i;
-  decodeSamples(big, out, 5, SampleEncoding{3, false, true, false});
-  for (int i = 0; i < 5; ++i) EXPECT_TRUE(sameBits(out[i], expected[i])) << i;
-}
-
 TEST(SampleCodec, ReaderMatchesLibsndfileOnRandom24BitFilesAtEveryBlockSize) {
   test::TempDir dir;
   // 100003 frames of stereo pass several of the reader's 256 KiB blocks.
