@@ -6,12 +6,14 @@
 #include <sndfile.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -134,6 +136,26 @@ inline bool writeOurs(const std::string& path, AudioFile file, const std::vector
   return writer.open(path, file) &&
          writer.writeFrames(samples.data(), static_cast<int64_t>(samples.size()) / file.format.channels) &&
          writer.close();
+}
+
+// Writes a file of random 24-bit samples with libsndfile (format: its
+// container, SF_FORMAT_WAV or SF_FORMAT_AIFF), the first sample the lowest
+// value and the last the highest; false when it refused.
+inline bool writeRandom24Bit(const std::string& path, int format, int channels, int64_t frames, unsigned seed = 1) {
+  SF_INFO info{};
+  info.samplerate = 48000;
+  info.channels = channels;
+  info.format = format | SF_FORMAT_PCM_24;
+  SNDFILE* sf = sf_open(path.c_str(), SFM_WRITE, &info);
+  if (sf == nullptr) return false;
+  std::mt19937 random(seed);
+  // Left-justified in 32 bits, as libsndfile takes them: exact in 24.
+  std::vector<int> samples(static_cast<size_t>(frames * channels));
+  for (int& s : samples) s = static_cast<int>(random() & 0xffffff00u);
+  samples.front() = INT_MIN;
+  samples.back() = 0x7fffff00;
+  const bool written = sf_writef_int(sf, samples.data(), frames) == frames;
+  return sf_close(sf) == 0 && written;
 }
 
 // Runs a shell command of an outside tool (sox, sndfile-convert); true when

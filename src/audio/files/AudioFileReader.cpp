@@ -19,6 +19,7 @@ void AudioFileReader::close() {
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
   source_.reset();
+  blockFrames_ = 0;
   file_ = AudioFile{};
   handler_ = nullptr;
   position_ = 0;
@@ -89,32 +90,44 @@ int64_t AudioFileReader::readFrames(float* samples, int64_t frames) {
 int64_t AudioFileReader::readPlain(float* samples, int64_t frames) {
   if (fd_ < 0) return -1;
   const int64_t frameBytes = file_.format.blockAlign();
-  const int64_t blockFrames = std::max<int64_t>(1, kBlockBytes / frameBytes);
+  const int channels = file_.format.channels;
   frames = std::clamp<int64_t>(frames, 0, file_.lengthFrames - position_);
-  if (block_.size() < static_cast<size_t>(std::min(frames, blockFrames) * frameBytes)) {
-    block_.resize(static_cast<size_t>(std::min(frames, blockFrames) * frameBytes));
-  }
   int64_t done = 0;
   while (done < frames) {
-    const int64_t count = std::min(blockFrames, frames - done);
-    const int64_t bytes = count * frameBytes;
-    int64_t got = 0;
-    while (got < bytes) {
-      const ssize_t n = ::pread(fd_, block_.data() + got, static_cast<size_t>(bytes - got),
-                                static_cast<off_t>(file_.dataStart + (position_ * frameBytes) + got));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return -1;
-      if (n == 0) break;  // the file was cut short since it was opened
-      got += n;
+    int64_t offset = position_ - blockFirst_;
+    if (offset < 0 || offset >= blockFrames_) {
+      const int64_t filled = fillBlock();
+      if (filled < 0) return -1;
+      if (filled == 0) break;  // the file was cut short since it was opened
+      offset = 0;
     }
-    const int64_t whole = got / frameBytes;
-    decodeSamples(block_.data(), samples + done * file_.format.channels,
-                  static_cast<size_t>(whole * file_.format.channels), encoding_);
-    done += whole;
-    position_ += whole;
-    if (whole < count) break;
+    const int64_t count = std::min(blockFrames_ - offset, frames - done);
+    decodeSamples(block_.data() + offset * frameBytes, samples + done * channels, static_cast<size_t>(count * channels),
+                  encoding_);
+    done += count;
+    position_ += count;
   }
   return done;
+}
+
+int64_t AudioFileReader::fillBlock() {
+  const int64_t frameBytes = file_.format.blockAlign();
+  const int64_t frames = std::min(std::max<int64_t>(1, kBlockBytes / frameBytes), file_.lengthFrames - position_);
+  const int64_t bytes = frames * frameBytes;
+  if (block_.size() < static_cast<size_t>(bytes)) block_.resize(static_cast<size_t>(bytes));
+  blockFrames_ = 0;
+  int64_t got = 0;
+  while (got < bytes) {
+    const ssize_t n = ::pread(fd_, block_.data() + got, static_cast<size_t>(bytes - got),
+                              static_cast<off_t>(file_.dataStart + (position_ * frameBytes) + got));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return -1;
+    if (n == 0) break;
+    got += n;
+  }
+  blockFirst_ = position_;
+  blockFrames_ = got / frameBytes;
+  return blockFrames_;
 }
 
 }  // namespace vantor

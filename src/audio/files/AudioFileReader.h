@@ -2,8 +2,10 @@
 // Reads the samples of an audio file as 32-bit float, interleaved, a block
 // of frames at a time. The header is read through the handler that
 // recognises the file; plain samples are read from the file in large blocks
-// (never the whole file at once) and converted in place, and those of
-// compressed formats come from the handler's decoder.
+// (never the whole file at once) and converted straight into the caller's
+// buffer, and those of compressed formats come from the handler's decoder.
+// A block serves the reads that follow it, so that small reads do not cost
+// a system call each; a seek inside the block reads nothing.
 
 #include <cstdint>
 #include <memory>
@@ -41,20 +43,27 @@ class AudioFileReader {
   [[nodiscard]] bool seekFrame(int64_t frame);
   int64_t framePosition() const { return position_; }
 
-  // Bytes read from the file at once.
+  // Bytes read from the file at once, at most: fewer where the data ends.
   static constexpr int64_t kBlockBytes = int64_t{1} << 18;
 
  private:
   bool openSource();
   bool openPlain(const std::string& path);
   int64_t readPlain(float* samples, int64_t frames);
+  // Reads the block of frames that starts at the current position, never
+  // past the data. Returns the whole frames read: 0 where the file was cut
+  // short, -1 when the read failed.
+  int64_t fillBlock();
 
   int fd_ = -1;
   std::unique_ptr<AudioSampleSource> source_;
   AudioFile file_;
   const AudioFileHandler* handler_ = nullptr;
   SampleEncoding encoding_;
+  // The stored bytes of frames blockFirst_ to blockFirst_ + blockFrames_.
   std::vector<uint8_t> block_;
+  int64_t blockFirst_ = 0;
+  int64_t blockFrames_ = 0;
   int64_t position_ = 0;
   std::string error_;
 };
