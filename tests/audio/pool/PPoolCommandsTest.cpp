@@ -13,6 +13,7 @@
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
+#include "audio/process/PEditHistory.h"
 #include "foundation/FUserMessages.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
@@ -247,6 +248,34 @@ TEST_F(PoolCommands, ConversionOnImportAndConvertFilesMoveEveryFramePosition) {
   EXPECT_FALSE(makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)}, projectConversion(24000, 16),
                                        "Conform Files", &error));
   EXPECT_TRUE(error.empty());
+}
+
+TEST_F(PoolCommands, ConvertingTheRateClearsTheEditHistoryAndUndoBringsItBack) {
+  // The history's ranges are frames at 48 kHz: kept after a change to
+  // 24 kHz they would point at the wrong half of the file.
+  PAudioClip* clip = importOne(wave("h.wav", 4800));
+  auto history = makeRef<PEditHistory>();
+  PEditHistoryEntry entry;
+  entry.processClass = "PGain";
+  entry.parameters = makeRef<FAttributes>();
+  entry.start = 1000;
+  entry.length = 2000;
+  entry.replaced = {PClipPiece::ofFile(0, 1000, 2000)};
+  history->append(entry);
+  clip->setHistory(history);
+  std::string error;
+  FRef<MCommand> convert = makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)},
+                                                   projectConversion(24000, 0), "Convert Files", &error);
+  performAndCheckUndo(convert);
+  EXPECT_EQ(clip->getHistory(), nullptr);
+  ASSERT_TRUE(convert->undo());
+  EXPECT_EQ(clip->getHistory(), history.get());
+  // Only the sample width changes: every frame stays where it was, and so
+  // does the history.
+  FRef<MCommand> widen = makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)},
+                                                 projectConversion(0, 16), "Convert Files", &error);
+  ASSERT_TRUE(widen && widen->perform()) << error;
+  EXPECT_EQ(clip->getHistory(), history.get());
 }
 
 TEST_F(PoolCommands, MinimizeKeepsWhatEventsAndRegionsUseAndAsksFirst) {
