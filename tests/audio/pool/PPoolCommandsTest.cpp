@@ -353,6 +353,36 @@ TEST_F(PoolCommands, TrashRefusalsAndEmptying) {
   EXPECT_TRUE(fs::exists(dir.file("keep.wav")));
 }
 
+TEST_F(PoolCommands, EmptyTrashKeepsAFileThatAnotherEntryReadsByPath) {
+  // The same file imported twice gives two entries of their own; a library
+  // read from its pool file has entries of its own for the same file too.
+  const std::string path = wave("twice.wav", 100);
+  PAudioClip* first = importOne(path);
+  importOne(path);
+  ASSERT_NE(first->getCluster(), pool->clips().back()->getCluster());
+  ASSERT_TRUE(FRef<MCommand>(new PMoveClipsCommand(FRef<PAudioPool>::share(pool), {FRef<PAudioClip>::share(first)},
+                                                   FRef<GTreeEntry>::share(pool->trash()), "Move to Trash"))
+                  ->perform());
+  messages.queueAnswer(0);  // "Remove"
+  PEmptyTrashPlan plan = planEmptyTrash(*project, *pool, {}, messages);
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0].find("twice can not be moved to the trash because\nit has more than one edit "
+                                         "version!\n"),
+            0u);
+  EXPECT_TRUE(plan.filesToErase.empty());
+
+  auto libraryCluster = makeRef<AudioCluster>();
+  libraryCluster->files() = first->getCluster()->files();
+  PAudioPool library;
+  library.addClip(makeRef<PAudioClip>("lib", libraryCluster));
+  messages.clear();
+  messages.queueAnswer(0);
+  plan = planEmptyTrash(*project, *pool, {&library}, messages);
+  ASSERT_FALSE(messages.questions().empty());
+  EXPECT_NE(messages.questions()[0].find("it is used in another pool"), std::string::npos);
+  EXPECT_TRUE(plan.filesToErase.empty());
+}
+
 TEST_F(PoolCommands, PrepareArchiveRemovesUnusedThenCopiesExternalFiles) {
   PAudioClip* used = importOne(wave("used.wav", 100));
   importOne(wave("unused.wav", 100));
