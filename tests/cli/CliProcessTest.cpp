@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,9 +18,11 @@
 #include "audio/pool/MAudioEvent.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipReader.h"
+#include "cli/ShellSession.h"
 #include "document/PDocument.h"
 #include "document/PDocumentInit.h"
 #include "document/PPreferences.h"
+#include "foundation/FClock.h"
 #include "foundation/FUserMessages.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
@@ -260,6 +263,29 @@ TEST_F(CliProcess, ShellVerbsProcessChangeAndUndo) {
       {"-y", "edit", project, "-e", "process Take Silence 1500 2000", "-e", "edits freeze Take", "-e", "undo"});
   EXPECT_EQ(frozen.status, 1);
   EXPECT_NE(frozen.err.find("nothing to undo"), std::string::npos);
+}
+
+TEST_F(CliProcess, AShellProcessOnANewFileThatFailsMakesNoNewVersion) {
+  std::ostringstream out, err;
+  cli::CliContext context{out, err};
+  std::istringstream answers("New File\n");
+  context.messages.setTerminal(&answers);
+  PDocument document(context.messages, context.preferences);
+  ASSERT_TRUE(cli::openProject(context, document, project, cli::OpenPurpose::kEdit));
+  FManualClock clock{0};
+  cli::ShellSession session(context, document, clock);
+  EXPECT_FALSE(session.execute("process Take \"Acoustic Stamp\" \"Impulse Path=/nonexistent.wav\""));
+  EXPECT_NE(err.str().find("Replace original or create new file?"), std::string::npos) << err.str();
+  EXPECT_NE(err.str().find("\"/nonexistent.wav\": No such file or directory"), std::string::npos) << err.str();
+  const PAudioPool* pool = PAudioPool::poolOf(*document.project());
+  ASSERT_EQ(pool->clips().size(), 1u);
+  // A process that works is one action: one undo takes the version away too.
+  answers.clear();
+  answers.str("New File\n");
+  ASSERT_TRUE(session.execute("process Take Gain 0 1000 Gain=6")) << err.str();
+  EXPECT_EQ(pool->clips().size(), 2u);
+  ASSERT_TRUE(session.execute("undo"));
+  EXPECT_EQ(pool->clips().size(), 1u);
 }
 
 TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
