@@ -138,6 +138,19 @@ TEST(PEcho, OneEchoFromTheInputRepeatsFromTheOutput) {
   expectNear(runProcess(*output, floatFormat(1, 1000), impulse), {0.5f, 0, 0, 0.25f, 0, 0, 0.125f, 0, 0, 0.0625f}, 0);
 }
 
+TEST(PEcho, AnEchoBeyondTheRangeNeedsNoRingOfItsLength) {
+  // A header may claim 4 GHz: 5 s of delay would be 2·10^10 frames of ring.
+  // No echo arrives within 10 frames, so the result is the dry half.
+  const std::vector<float> in = {1, 1, -1, -1, 0.5f, 0.5f, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1};
+  std::vector<float> half;
+  for (const float x : in) half.push_back(x / 2);
+  FRef<PAudioProcess> echo = makeProcess("PEcho", {{"Echo length", "5000"}});
+  expectNear(runProcess(*echo, floatFormat(2, 4.0e9f), in, {3, 7}), half, 0);
+  // At an ordinary rate the echo just misses the end: the same dry half.
+  FRef<PAudioProcess> late = makeProcess("PEcho", {{"Echo length", "10"}});
+  expectNear(runProcess(*late, floatFormat(2, 1000), in, {4}), half, 0);
+}
+
 // y[n] = Σ h[k]·x[n − k], the definition, in double precision.
 std::vector<float> directConvolution(const std::vector<float>& x, const std::vector<float>& h, int channels,
                                      int impulseChannels) {
