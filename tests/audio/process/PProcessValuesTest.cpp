@@ -195,6 +195,23 @@ TEST(PConvolution, MatchesTheDirectFormSum) {
   EXPECT_NEAR(peak, 0.5f, 1e-6f);
 }
 
+TEST(PConvolution, AClaimedHugeRateStretchesOnlyTheTapsTheRangeUses) {
+  // Against a range of 8000 · 2^24 Hz the 700 taps of an 8 kHz impulse
+  // would stretch to 700 · 2^24 frames (47 GB); 10 frames use only the
+  // first 10: h'[k] = h[0] + (h[1] − h[0]) · k / 2^24, linear between taps.
+  test::TempDir dir;
+  const std::vector<float> impulse = test::randomSamples(700, 31, 0.2f);
+  ASSERT_TRUE(test::writeOurs(dir.file("ir.wav"), test::makeFile("WAVE", 8000, 1, 32, SampleType::kFloat), impulse));
+  const std::vector<float> input = test::randomSamples(10, 32);
+  std::vector<float> stretched(10);
+  for (size_t k = 0; k < stretched.size(); ++k) {
+    stretched[k] = impulse[0] + (impulse[1] - impulse[0]) * static_cast<float>(k) / 16777216.0f;
+  }
+  FRef<PAudioProcess> process = makeProcess("PConvolution", {{"Impulse Path", dir.file("ir.wav")}});
+  expectNear(runProcess(*process, floatFormat(1, 8000.0f * 16777216.0f), input, {3}),
+             directConvolution(input, stretched, 1, 1), 1e-6f);
+}
+
 TEST(PConvolution, RefusesLongMissingAndEmptyImpulses) {
   test::TempDir dir;
   // 11 seconds at 100 Hz: over the limit of 10.
