@@ -161,8 +161,10 @@ void addHistoryCommand(CLI::App& app, CliContext& context, int* exitCode) {
   command->add_option("--param", options->parameters, "A parameter as \"KEY=VALUE\" (repeatable)");
   command->add_flag("--json", options->json, "Print the history as JSON");
   command->callback([&context, exitCode, options] {
-    if (!options->replace.empty() && options->replace[0].find_first_not_of("0123456789") != std::string::npos) {
-      throw CLI::ValidationError("--replace", "N must be an entry number, not \"" + options->replace[0] + "\"");
+    // At most 9 digits: no entry number beyond what an unsigned long holds.
+    const std::string entry = options->replace.empty() ? "1" : options->replace[0];
+    if (entry.empty() || entry.size() > 9 || entry.find_first_not_of("0123456789") != std::string::npos) {
+      throw CLI::ValidationError("--replace", "N must be an entry number, not \"" + entry + "\"");
     }
     *exitCode = runHistory(context, *options);
   });

@@ -10,6 +10,7 @@
 #include "audio/pool/PAudioPool.h"
 #include "audio/process/PProcessMessages.h"
 #include "audio/process/PProcessRegistration.h"
+#include "cli/PoolCommands.h"
 #include "document/PDocument.h"
 
 namespace vantor::cli {
@@ -26,12 +27,7 @@ bool sameLetters(const std::string& a, const std::string& b) {
 
 PAudioClip* findClip(CliContext& context, const MProject& project, const std::string& text) {
   const PAudioPool* pool = PAudioPool::poolOf(project);
-  PAudioClip* clip = pool != nullptr ? pool->findClip(text) : nullptr;
-  if (clip == nullptr && pool != nullptr && !text.empty() &&
-      std::all_of(text.begin(), text.end(), [](char c) { return std::isdigit(static_cast<unsigned char>(c)); }) &&
-      text.size() < 10) {
-    clip = pool->findClip(static_cast<uint32_t>(std::stoul(text)));
-  }
+  PAudioClip* clip = findPoolClip(pool, text);
   if (clip == nullptr) {
     context.messages.report(FUserMessages::Severity::kError, pool == nullptr
                                                                  ? "the project has no audio pool"

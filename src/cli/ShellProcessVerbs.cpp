@@ -10,10 +10,12 @@
 #include "audio/pool/PPoolOperations.h"
 #include "audio/process/PClipStateCommand.h"
 #include "audio/process/PEditHistoryActions.h"
+#include "audio/process/PProcessMessages.h"
 #include "cli/PoolCommands.h"
 #include "cli/ProcessArguments.h"
 #include "cli/ShellSession.h"
 #include "model/tree/MProject.h"
+#include "model/undo/MCommand.h"
 
 namespace vantor::cli {
 
@@ -80,15 +82,19 @@ bool processClip(ShellSession& s, const ShellArgs& a) {
   if (!process) return false;
   if (!process->changesAudio())
     return s.fail(process->displayName() + " changes no audio: run it with `vantor process`");
+  // The new version and the process are one action: a process that fails
+  // leaves no version behind.
+  auto action = makeRef<MMacroCommand>(kAudioProcessAction);
   if (wantsNewFile(s.context().messages, false, false)) {
     FRef<MCommand> version = makeNewVersionCommand(*PAudioPool::poolOf(s.project()), *clip);
-    if (!s.perform(version)) return false;
     clip = static_cast<PAddClipsCommand&>(*version).clips().front().get();
+    (void)action->add(version);
   }
   auto command = makeRef<PAudioProcessCommand>(FRef<PAudioClip>::share(clip), process, from, to - from,
                                                resultFolder(s.document()), &s.context().messages);
   command->setProgress(terminalProgress(s.context()));
-  if (!s.perform(command)) return false;
+  (void)action->add(command);
+  if (!s.perform(action)) return false;
   s.out() << process->displayName() << " on \"" << clip->getName() << "\", frames " << from << " to " << to << ": "
           << clip->getCluster()->files().back().path << "\n";
   return true;

@@ -196,5 +196,33 @@ TEST(AudioFileConverter, DecodedSourcesBecomeWaveWithTheirSamples) {
   EXPECT_EQ(readOurs(dir.file("out"))->samples, test::readSndfile(dir.file("in.flac"))->samples);
 }
 
+TEST(AudioFileConverter, ASourceShorterThanItsHeaderSaysIsRefusedNotPadded) {
+  test::TempDir dir;
+  const std::vector<float> tone = sine(4000, 1, 330, 44100, 0.7);
+  SF_INFO info{};
+  info.samplerate = 44100;
+  info.channels = 1;
+  info.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+  SNDFILE* sf = sf_open(dir.file("in.flac").c_str(), SFM_WRITE, &info);
+  ASSERT_NE(sf, nullptr);
+  ASSERT_EQ(sf_writef_float(sf, tone.data(), 4000), 4000);
+  sf_close(sf);
+  // "fLaC", a 4-byte block header, then STREAMINFO: its 36-bit total of
+  // samples takes the low 4 bits of byte 21 and bytes 22 to 25. Claim
+  // 0x40000000 frames: a converter that trusts it writes 2 GiB of silence.
+  test::Bytes bytes = test::readBytes(dir.file("in.flac"));
+  ASSERT_GT(bytes.size(), 26u);
+  bytes[21] = static_cast<uint8_t>(bytes[21] & 0xF0);
+  bytes[22] = 0x40;
+  bytes[23] = bytes[24] = bytes[25] = 0;
+  test::writeBytes(dir.file("in.flac"), bytes);
+  const std::string target = dir.file("out.wav");
+  test::writeBytes(target, {'o', 'l', 'd'});
+  AudioFileConverter converter;
+  EXPECT_FALSE(converter.convert(dir.file("in.flac"), target, AudioConversion{}));
+  EXPECT_EQ(converter.error(), kUnreadableAudioFileMessage);
+  EXPECT_EQ(test::readBytes(target), (test::Bytes{'o', 'l', 'd'}));
+}
+
 }  // namespace
 }  // namespace vantor

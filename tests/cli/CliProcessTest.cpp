@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,9 +18,11 @@
 #include "audio/pool/MAudioEvent.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipReader.h"
+#include "cli/ShellSession.h"
 #include "document/PDocument.h"
 #include "document/PDocumentInit.h"
 #include "document/PPreferences.h"
+#include "foundation/FClock.h"
 #include "foundation/FUserMessages.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
@@ -262,6 +265,29 @@ TEST_F(CliProcess, ShellVerbsProcessChangeAndUndo) {
   EXPECT_NE(frozen.err.find("nothing to undo"), std::string::npos);
 }
 
+TEST_F(CliProcess, AShellProcessOnANewFileThatFailsMakesNoNewVersion) {
+  std::ostringstream out, err;
+  cli::CliContext context{out, err};
+  std::istringstream answers("New File\n");
+  context.messages.setTerminal(&answers);
+  PDocument document(context.messages, context.preferences);
+  ASSERT_TRUE(cli::openProject(context, document, project, cli::OpenPurpose::kEdit));
+  FManualClock clock{0};
+  cli::ShellSession session(context, document, clock);
+  EXPECT_FALSE(session.execute("process Take \"Acoustic Stamp\" \"Impulse Path=/nonexistent.wav\""));
+  EXPECT_NE(err.str().find("Replace original or create new file?"), std::string::npos) << err.str();
+  EXPECT_NE(err.str().find("\"/nonexistent.wav\": No such file or directory"), std::string::npos) << err.str();
+  const PAudioPool* pool = PAudioPool::poolOf(*document.project());
+  ASSERT_EQ(pool->clips().size(), 1u);
+  // A process that works is one action: one undo takes the version away too.
+  answers.clear();
+  answers.str("New File\n");
+  ASSERT_TRUE(session.execute("process Take Gain 0 1000 Gain=6")) << err.str();
+  EXPECT_EQ(pool->clips().size(), 2u);
+  ASSERT_TRUE(session.execute("undo"));
+  EXPECT_EQ(pool->clips().size(), 1u);
+}
+
 TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
   const std::string before = slurp(project);
   struct Case {
@@ -285,6 +311,10 @@ TEST_F(CliProcess, RefusalsLeaveTheProjectAsItWas) {
       {{"history", project, "Take", "--remove", "0"}, 2, ""},
       {{"history", project, "Take", "--remove", "1", "--freeze"}, 2, ""},
       {{"history", project, "Take", "--param", "Gain=1"}, 2, "--param belongs to --modify or --replace"},
+      {{"history", project, "Take", "--replace", "99999999999999999999", "Silence"},
+       2,
+       "N must be an entry number, not \"99999999999999999999\""},
+      {{"history", project, "Take", "--replace", "", "Silence"}, 2, "N must be an entry number, not \"\""},
       {{"process", project, "Take", "Gain", "--add-regions"},
        2,
        "--add-regions, --add-events and --strip-silence belong to Detect Silence"},

@@ -170,7 +170,8 @@ bool AudioFileConverter::convert(const std::string& sourcePath, const std::strin
   if (p.expectedFrames * target.format.blockAlign() > kMaxDataBytes) return fail(targetPath, kFileTooLargeMessage);
   if (!p.writer.open(targetPath, target)) return fail(targetPath, p.writer.error());
   p.input.resize(static_cast<size_t>(kBlockFrames * p.channels));
-  for (int64_t done = 0;;) {
+  int64_t done = 0;
+  for (;;) {
     const int64_t got = p.reader.readFrames(p.input.data(), kBlockFrames);
     if (got < 0) return fail(sourcePath, kUnreadableAudioFileMessage);
     if (got == 0) break;
@@ -183,6 +184,9 @@ bool AudioFileConverter::convert(const std::string& sourcePath, const std::strin
     if (!p.writeOutput()) return fail(targetPath, p.writer.error());
     if (progress && !progress(done, source.lengthFrames)) return fail(targetPath, kConversionCancelledMessage);
   }
+  // A decoder's header may promise more frames than its stream holds; the
+  // length is not made up with silence.
+  if (done < source.lengthFrames) return fail(sourcePath, kUnreadableAudioFileMessage);
   if (p.resampling && !p.resampler.flush(&p.output)) return fail(targetPath, p.resampler.error());
   if (!p.writeOutput()) return fail(targetPath, p.writer.error());
   // The filter may end a few frames short of the exact length: silence fills them.

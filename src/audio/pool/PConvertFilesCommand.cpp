@@ -24,6 +24,7 @@ PConvertFilesCommand::State currentState(const PConvertFilesCommand::Target& t) 
     std::vector<std::pair<int64_t, int64_t>> regions;
     for (const auto& r : clip->regions()) regions.emplace_back(r->getStart(), r->getLength());
     state.regions.push_back(std::move(regions));
+    state.histories.push_back(FRef<CmObject>::share(clip->getHistory()));
   }
   for (const auto& e : t.events) state.eventRanges.emplace_back(e->getClipStart(), e->getClipLength());
   if (auto factor = t.cluster->rateChangeFactor()) {
@@ -59,6 +60,10 @@ PConvertFilesCommand::State convertedState(const PConvertFilesCommand::State& no
     length = end - start;
   }
   if (factor != 1.0) {
+    // The history's ranges and replaced pieces are frames of the old rate:
+    // taking an entry back after the change would put pieces at the wrong
+    // places, so the history goes (and comes back with undo).
+    for (auto& history : out.histories) history = nullptr;
     out.hasFactor = true;
     out.factor = (now.hasFactor ? now.factor : 1.0) * factor;
   }
@@ -69,6 +74,7 @@ void apply(const PConvertFilesCommand::Target& t, const PConvertFilesCommand::St
   t.cluster->files() = state.files;
   for (size_t i = 0; i < t.clips.size(); ++i) {
     t.clips[i]->setMaterial(makeRef<PClipMaterial>(state.materials[i]));
+    t.clips[i]->setHistory(state.histories[i]);
     for (size_t r = 0; r < t.clips[i]->regions().size() && r < state.regions[i].size(); ++r) {
       t.clips[i]->regions()[r]->setStart(state.regions[i][r].first);
       t.clips[i]->regions()[r]->setLength(state.regions[i][r].second);

@@ -8,7 +8,8 @@
 // files by the rate's factor (new rate / old rate), rounded to whole
 // frames: the pieces of the material of every clip of the cluster, their
 // regions and the clip ranges of the events that show them; the factor is
-// recorded under "Clip Rate Changed". Undo restores the former values
+// recorded under "Clip Rate Changed". The edit history of those clips is
+// cleared, as its ranges refer to the old rate. Undo restores the former values
 // exactly (they are kept, not computed back).
 //
 // "Conform Files..." converts to the project's format: its sample rate and
@@ -51,6 +52,7 @@ class PConvertFilesCommand : public MExchangeCommand {
     std::vector<std::vector<PClipPiece>> materials;                 // per clip of the cluster
     std::vector<std::vector<std::pair<int64_t, int64_t>>> regions;  // per clip: start, length
     std::vector<std::pair<int64_t, int64_t>> eventRanges;           // per event: clip start, length
+    std::vector<FRef<CmObject>> histories;                          // per clip: its edit history
     bool hasFactor = false;
     double factor = 1.0;
   };

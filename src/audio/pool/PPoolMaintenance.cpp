@@ -37,9 +37,23 @@ class PRelocateFilesCommand : public MExchangeCommand {
   std::vector<Move> moves_;
 };
 
+// Whether two entries read a file in common. The same file imported twice,
+// or read by a library loaded from its own pool file, makes entries of
+// their own: only the paths tell that they share it.
+bool sharesFiles(const AudioCluster* a, const AudioCluster* b) {
+  if (a == b) return true;
+  return std::any_of(a->files().begin(), a->files().end(), [&](const AudioFile& mine) {
+    const auto path = std::filesystem::path(mine.path).lexically_normal();
+    return std::any_of(b->files().begin(), b->files().end(), [&](const AudioFile& theirs) {
+      return std::filesystem::path(theirs.path).lexically_normal() == path;
+    });
+  });
+}
+
 bool usesCluster(const PAudioPool& pool, const AudioCluster* cluster, const std::set<const PAudioClip*>& except) {
-  return std::any_of(pool.clips().begin(), pool.clips().end(),
-                     [&](const auto& clip) { return clip->getCluster() == cluster && except.count(clip.get()) == 0; });
+  return std::any_of(pool.clips().begin(), pool.clips().end(), [&](const auto& clip) {
+    return except.count(clip.get()) == 0 && sharesFiles(clip->getCluster(), cluster);
+  });
 }
 
 bool isInsideFolder(const std::string& path, const std::string& folder) {

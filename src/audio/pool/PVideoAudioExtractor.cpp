@@ -98,7 +98,10 @@ bool extractAudioFromVideo(const std::string& ffmpeg, const std::string& video, 
   }
   std::filesystem::create_directories(folder, ec);
   const std::string target = freeFilePath(folder, std::filesystem::path(video).stem().string() + ".wav");
-  const std::string part = target + ".part";
+  // ffmpeg writes beside the target under a name of its own: a file that
+  // happens to be there already is someone's, and is neither overwritten
+  // nor removed.
+  const std::string part = freeFilePath(folder, std::filesystem::path(target).filename().string() + ".part");
   std::string errors;
   // -map 0:a:0: the first audio stream only; -n: never overwrite a file.
   const int status = runProgram({ffmpeg, "-nostdin", "-hide_banner", "-loglevel", "error", "-n", "-i", video, "-map",

@@ -52,10 +52,12 @@ std::vector<std::vector<float>> splitChannels(const std::vector<float>& samples,
   return out;
 }
 
-// Linear interpolation to ratio times the length; ratio 1 copies exactly.
-std::vector<float> resample(const std::vector<float>& in, double ratio) {
-  if (ratio == 1.0) return in;
-  const auto length = std::max<size_t>(1, static_cast<size_t>(std::llround(static_cast<double>(in.size()) * ratio)));
+// Linear interpolation to ratio times the length, at most limit frames (at
+// least 1); ratio 1 copies exactly.
+std::vector<float> resample(const std::vector<float>& in, double ratio, int64_t limit) {
+  if (ratio == 1.0 && static_cast<int64_t>(in.size()) <= limit) return in;
+  const double wanted = std::min(static_cast<double>(in.size()) * ratio, static_cast<double>(limit));
+  const auto length = std::max<size_t>(1, static_cast<size_t>(std::llround(wanted)));
   std::vector<float> out(length);
   for (size_t i = 0; i < length; ++i) {
     const double at = static_cast<double>(i) / ratio;
@@ -108,15 +110,15 @@ std::string PConvolution::maximumImpulseText() {
   return text;
 }
 
-bool loadImpulse(const PImpulseSettings& settings, double sampleRate, std::vector<std::vector<float>>* impulse,
-                 std::string* error) {
+bool loadImpulse(const PImpulseSettings& settings, double sampleRate, int64_t maxFrames,
+                 std::vector<std::vector<float>>* impulse, std::string* error) {
   std::vector<float> samples;
   AudioFile file;
   if (!readImpulseFile(settings.path, &samples, &file, error)) return false;
   const double ratio = settings.timeStretch * sampleRate / file.format.sampleRate;
   *impulse = splitChannels(samples, file.format.channels, settings.perChannel);
   for (std::vector<float>& channel : *impulse) {
-    channel = resample(channel, ratio);
+    channel = resample(channel, ratio, std::max<int64_t>(1, maxFrames));
     shape(channel, settings, sampleRate);
   }
   return true;

@@ -67,8 +67,12 @@ struct PImpulseSettings {
 };
 
 // Reads and shapes the impulse for a range of sampleRate: one vector per
-// impulse channel (one in "Mix" mode). False with the reason in *error.
-[[nodiscard]] bool loadImpulse(const PImpulseSettings& settings, double sampleRate,
+// impulse channel (one in "Mix" mode), of at most maxFrames frames: the taps
+// beyond a range's length never reach its result, and the shaping filters
+// are causal, so the kept taps are those of the whole impulse (a header's
+// rate may make the whole one as long as memory). False with the reason in
+// *error.
+[[nodiscard]] bool loadImpulse(const PImpulseSettings& settings, double sampleRate, int64_t maxFrames,
                                std::vector<std::vector<float>>* impulse, std::string* error);
 
 }  // namespace vantor

@@ -60,10 +60,11 @@ PConvolutionWork::~PConvolutionWork() = default;
 
 bool PConvolutionWork::prepare(const AudioFormat& format, int64_t lengthFrames) {
   if (!PAudioWork::prepare(format, lengthFrames)) return false;
-  if (loadedRate_ != sampleRate()) {
+  if (loadedRate_ != sampleRate() || loadedFrames_ != lengthFrames) {
     std::string error;
-    if (!loadImpulse(settings_, sampleRate(), &impulse_, &error)) return fail(error);
+    if (!loadImpulse(settings_, sampleRate(), lengthFrames, &impulse_, &error)) return fail(error);
     loadedRate_ = sampleRate();
+    loadedFrames_ = lengthFrames;
     size_t longest = 0;
     for (const std::vector<float>& channel : impulse_) longest = std::max(longest, channel.size());
     block_ = blockFor(longest);

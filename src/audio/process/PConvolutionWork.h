@@ -32,6 +32,7 @@ class PConvolutionWork : public PAudioWork {
 
   PImpulseSettings settings_;
   double loadedRate_ = 0;
+  int64_t loadedFrames_ = -1;  // the range length the impulse was cut for
   std::vector<std::vector<float>> impulse_;
   std::unique_ptr<Fft> fft_;
   int64_t block_ = 0;

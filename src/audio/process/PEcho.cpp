@@ -17,8 +17,11 @@ class EchoWork : public PAudioWork {
 
   bool prepare(const AudioFormat& format, int64_t lengthFrames) override {
     if (!PAudioWork::prepare(format, lengthFrames)) return false;
-    delay_ = std::max<int64_t>(1, millisecondsToFramesRounded(delayMs_, sampleRate()));
     // A ring of the last D frames of the echo's source (input or output).
+    // An echo that arrives after the range's end is never heard: a ring one
+    // frame longer than the range never wraps and gives the same silence,
+    // whatever rate a file's header claims.
+    delay_ = std::min(std::max<int64_t>(1, millisecondsToFramesRounded(delayMs_, sampleRate())), lengthFrames + 1);
     ring_.assign(static_cast<size_t>(delay_ * channels()), 0.0f);
     at_ = 0;
     return true;

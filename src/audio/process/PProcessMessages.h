@@ -8,7 +8,6 @@ inline constexpr const char* kAudioProcessAction = "Audio Process";
 inline constexpr const char* kProcessPluginAction = "Process Plugin";
 inline constexpr const char* kProcessingMessage = "Processing";
 inline constexpr const char* kWritingFileMessage = "Writing file...";
-inline constexpr const char* kDiskFullMessage = "There is not enough disk space for this operation!";
 
 inline constexpr const char* kReplaceOrNewQuestion = "Replace original or create new file?";
 inline constexpr const char* kReplaceChoice = "Replace";

@@ -13,6 +13,7 @@
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PoolMessages.h"
+#include "audio/process/PEditHistory.h"
 #include "foundation/FUserMessages.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
@@ -249,6 +250,34 @@ TEST_F(PoolCommands, ConversionOnImportAndConvertFilesMoveEveryFramePosition) {
   EXPECT_TRUE(error.empty());
 }
 
+TEST_F(PoolCommands, ConvertingTheRateClearsTheEditHistoryAndUndoBringsItBack) {
+  // The history's ranges are frames at 48 kHz: kept after a change to
+  // 24 kHz they would point at the wrong half of the file.
+  PAudioClip* clip = importOne(wave("h.wav", 4800));
+  auto history = makeRef<PEditHistory>();
+  PEditHistoryEntry entry;
+  entry.processClass = "PGain";
+  entry.parameters = makeRef<FAttributes>();
+  entry.start = 1000;
+  entry.length = 2000;
+  entry.replaced = {PClipPiece::ofFile(0, 1000, 2000)};
+  history->append(entry);
+  clip->setHistory(history);
+  std::string error;
+  FRef<MCommand> convert = makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)},
+                                                   projectConversion(24000, 0), "Convert Files", &error);
+  performAndCheckUndo(convert);
+  EXPECT_EQ(clip->getHistory(), nullptr);
+  ASSERT_TRUE(convert->undo());
+  EXPECT_EQ(clip->getHistory(), history.get());
+  // Only the sample width changes: every frame stays where it was, and so
+  // does the history.
+  FRef<MCommand> widen = makeConvertFilesCommand(*project, *pool, {FRef<PAudioClip>::share(clip)},
+                                                 projectConversion(0, 16), "Convert Files", &error);
+  ASSERT_TRUE(widen && widen->perform()) << error;
+  EXPECT_EQ(clip->getHistory(), history.get());
+}
+
 TEST_F(PoolCommands, MinimizeKeepsWhatEventsAndRegionsUseAndAsksFirst) {
   PAudioClip* clip = importOne(wave("m.wav", 9600));
   clip->addRegion(makeRef<MRegionMarker>("R", 100, 200));
@@ -322,6 +351,36 @@ TEST_F(PoolCommands, TrashRefusalsAndEmptying) {
   EXPECT_EQ(messages.questions().back(), "Warning: You can not undo this!");
   EXPECT_FALSE(fs::exists(dir.file("gone.wav")));
   EXPECT_TRUE(fs::exists(dir.file("keep.wav")));
+}
+
+TEST_F(PoolCommands, EmptyTrashKeepsAFileThatAnotherEntryReadsByPath) {
+  // The same file imported twice gives two entries of their own; a library
+  // read from its pool file has entries of its own for the same file too.
+  const std::string path = wave("twice.wav", 100);
+  PAudioClip* first = importOne(path);
+  importOne(path);
+  ASSERT_NE(first->getCluster(), pool->clips().back()->getCluster());
+  ASSERT_TRUE(FRef<MCommand>(new PMoveClipsCommand(FRef<PAudioPool>::share(pool), {FRef<PAudioClip>::share(first)},
+                                                   FRef<GTreeEntry>::share(pool->trash()), "Move to Trash"))
+                  ->perform());
+  messages.queueAnswer(0);  // "Remove"
+  PEmptyTrashPlan plan = planEmptyTrash(*project, *pool, {}, messages);
+  ASSERT_EQ(messages.questions().size(), 1u);
+  EXPECT_EQ(messages.questions()[0].find("twice can not be moved to the trash because\nit has more than one edit "
+                                         "version!\n"),
+            0u);
+  EXPECT_TRUE(plan.filesToErase.empty());
+
+  auto libraryCluster = makeRef<AudioCluster>();
+  libraryCluster->files() = first->getCluster()->files();
+  PAudioPool library;
+  library.addClip(makeRef<PAudioClip>("lib", libraryCluster));
+  messages.clear();
+  messages.queueAnswer(0);
+  plan = planEmptyTrash(*project, *pool, {&library}, messages);
+  ASSERT_FALSE(messages.questions().empty());
+  EXPECT_NE(messages.questions()[0].find("it is used in another pool"), std::string::npos);
+  EXPECT_TRUE(plan.filesToErase.empty());
 }
 
 TEST_F(PoolCommands, PrepareArchiveRemovesUnusedThenCopiesExternalFiles) {

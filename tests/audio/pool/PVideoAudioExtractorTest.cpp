@@ -89,6 +89,23 @@ TEST(VideoAudioExtractor, TheFirstAudioStreamBecomesAFloatWaveClip) {
   EXPECT_EQ(pool.clips().back()->getCluster()->files()[0].path, dir.file("song/Audio/clip-1.wav"));
 }
 
+TEST(VideoAudioExtractor, AFileWhereTheExtractionWouldWriteIsLeftAlone) {
+  initializeAudio();
+  test::TempDir dir;
+  const std::string video = makeVideo(dir);
+  if (video.empty()) GTEST_SKIP() << "ffmpeg is not installed";
+  FRef<MRoot> root = MProject::createNew();
+  PAudioPool& pool = *PAudioPool::ensurePool(*root->getProject());
+  pool.setWorkingDirectory(dir.file("song"));
+  FCapturedMessages messages;
+  fs::create_directories(dir.file("song/Audio"));
+  test::writeBytes(dir.file("song/Audio/clip.wav.part"), {'m', 'i', 'n', 'e'});
+  FRef<MCommand> command = makeExtractAudioCommand(pool, {video}, searchPath(), messages);
+  ASSERT_TRUE(command && command->perform());
+  EXPECT_EQ(pool.clips().back()->getCluster()->files()[0].path, dir.file("song/Audio/clip.wav"));
+  EXPECT_EQ(test::readBytes(dir.file("song/Audio/clip.wav.part")), (test::Bytes{'m', 'i', 'n', 'e'}));
+}
+
 TEST(VideoAudioExtractor, RefusalsLeaveNoFileAndNoCommand) {
   initializeAudio();
   test::TempDir dir;

@@ -138,6 +138,19 @@ TEST(PEcho, OneEchoFromTheInputRepeatsFromTheOutput) {
   expectNear(runProcess(*output, floatFormat(1, 1000), impulse), {0.5f, 0, 0, 0.25f, 0, 0, 0.125f, 0, 0, 0.0625f}, 0);
 }
 
+TEST(PEcho, AnEchoBeyondTheRangeNeedsNoRingOfItsLength) {
+  // A header may claim 4 GHz: 5 s of delay would be 2·10^10 frames of ring.
+  // No echo arrives within 10 frames, so the result is the dry half.
+  const std::vector<float> in = {1, 1, -1, -1, 0.5f, 0.5f, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1};
+  std::vector<float> half;
+  for (const float x : in) half.push_back(x / 2);
+  FRef<PAudioProcess> echo = makeProcess("PEcho", {{"Echo length", "5000"}});
+  expectNear(runProcess(*echo, floatFormat(2, 4.0e9f), in, {3, 7}), half, 0);
+  // At an ordinary rate the echo just misses the end: the same dry half.
+  FRef<PAudioProcess> late = makeProcess("PEcho", {{"Echo length", "10"}});
+  expectNear(runProcess(*late, floatFormat(2, 1000), in, {4}), half, 0);
+}
+
 // y[n] = Σ h[k]·x[n − k], the definition, in double precision.
 std::vector<float> directConvolution(const std::vector<float>& x, const std::vector<float>& h, int channels,
                                      int impulseChannels) {
@@ -180,6 +193,23 @@ TEST(PConvolution, MatchesTheDirectFormSum) {
   float peak = 0;
   for (float sample : runProcess(*mix, floatFormat(2, 8000), input)) peak = std::max(peak, std::fabs(sample));
   EXPECT_NEAR(peak, 0.5f, 1e-6f);
+}
+
+TEST(PConvolution, AClaimedHugeRateStretchesOnlyTheTapsTheRangeUses) {
+  // Against a range of 8000 · 2^24 Hz the 700 taps of an 8 kHz impulse
+  // would stretch to 700 · 2^24 frames (47 GB); 10 frames use only the
+  // first 10: h'[k] = h[0] + (h[1] − h[0]) · k / 2^24, linear between taps.
+  test::TempDir dir;
+  const std::vector<float> impulse = test::randomSamples(700, 31, 0.2f);
+  ASSERT_TRUE(test::writeOurs(dir.file("ir.wav"), test::makeFile("WAVE", 8000, 1, 32, SampleType::kFloat), impulse));
+  const std::vector<float> input = test::randomSamples(10, 32);
+  std::vector<float> stretched(10);
+  for (size_t k = 0; k < stretched.size(); ++k) {
+    stretched[k] = impulse[0] + (impulse[1] - impulse[0]) * static_cast<float>(k) / 16777216.0f;
+  }
+  FRef<PAudioProcess> process = makeProcess("PConvolution", {{"Impulse Path", dir.file("ir.wav")}});
+  expectNear(runProcess(*process, floatFormat(1, 8000.0f * 16777216.0f), input, {3}),
+             directConvolution(input, stretched, 1, 1), 1e-6f);
 }
 
 TEST(PConvolution, RefusesLongMissingAndEmptyImpulses) {
