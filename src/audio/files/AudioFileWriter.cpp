@@ -56,7 +56,8 @@ bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
   if (isWriteProtected(path) || (companion && isWriteProtected(companion->path))) return fail(kWriteProtectedMessage);
   std::string pattern = path + ".XXXXXX";
   const int fd = ::mkstemp(pattern.data());
-  if (fd < 0) return fail(std::strerror(errno));
+  // A full disk can refuse the temporary file itself.
+  if (fd < 0) return failWrite(errno);
   temporary_ = pattern;
   target_ = path;
   if (!stream_.adoptForWriting(fd)) return fail(std::strerror(errno));

@@ -18,7 +18,9 @@ namespace {
 
 constexpr size_t kBlockBytes = size_t{1} << 20;
 
-std::string reasonOf(int error) { return error == ENOSPC ? kNotEnoughDiskSpaceMessage : std::strerror(error); }
+std::string reasonOf(int error) {
+  return error == ENOSPC || error == EDQUOT ? kNotEnoughDiskSpaceMessage : std::strerror(error);
+}
 
 bool writeAll(int fd, const uint8_t* bytes, size_t count) {
   while (count > 0) {
