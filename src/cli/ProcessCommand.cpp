@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -35,7 +36,8 @@ struct Options {
   std::string process;
   std::vector<std::string> parameters;
   int64_t from = 0;
-  int64_t to = -1;  // the clip's end
+  int64_t to = -1;                   // the clip's end
+  std::vector<std::string> regions;  // --region NAME: the clip's regions instead of --from/--to
   bool newVersion = false;
   bool replace = false;
   bool addRegions = false;
@@ -152,6 +154,94 @@ int runAnalysis(CliContext& context, PDocument& document, PAudioClip& clip, cons
   return kExitOk;
 }
 
+struct Range {
+  int64_t from = 0;
+  int64_t to = 0;
+};
+
+// The ranges of the named regions of clip, sorted by start; false with the
+// missing name reported.
+bool regionRanges(CliContext& context, const PAudioClip& clip, const std::vector<std::string>& names,
+                  std::vector<Range>* ranges) {
+  for (const std::string& name : names) {
+    const auto& regions = clip.regions();
+    auto found = std::find_if(regions.begin(), regions.end(), [&](const auto& r) { return r->getName() == name; });
+    if (found == regions.end()) {
+      report(context, fmt::format("the clip \"{}\" has no region \"{}\"", clip.getName(), name));
+      return false;
+    }
+    ranges->push_back({(*found)->getStart(), (*found)->getEnd()});
+  }
+  std::sort(ranges->begin(), ranges->end(), [](const Range& a, const Range& b) { return a.from < b.from; });
+  return true;
+}
+
+bool overlap(const std::vector<Range>& sorted) {
+  for (size_t i = 1; i < sorted.size(); ++i) {
+    if (sorted[i].from < sorted[i - 1].to) return true;
+  }
+  return false;
+}
+
+// Joins the sorted ranges that share frames, so that each frame lies in one.
+std::vector<Range> merged(const std::vector<Range>& sorted) {
+  std::vector<Range> out;
+  for (const Range& range : sorted) {
+    if (!out.empty() && range.from < out.back().to) {
+      out.back().to = std::max(out.back().to, range.to);
+    } else {
+      out.push_back(range);
+    }
+  }
+  return out;
+}
+
+// The ranges to process: --from/--to, or the selected regions; regions that
+// share frames are asked about and, on "Skip Doubles", merged. False when
+// nothing is to be done (reported, or cancelled).
+bool processRanges(CliContext& context, const PAudioClip& clip, const Options& options, std::vector<Range>* ranges) {
+  if (options.regions.empty()) {
+    ranges->push_back({options.from, options.to < 0 ? clip.lengthFrames() : options.to});
+  } else if (!regionRanges(context, clip, options.regions, ranges)) {
+    return false;
+  }
+  for (const Range& range : *ranges) {
+    if (range.from < 0 || range.to <= range.from || range.to > clip.lengthFrames()) {
+      report(context, fmt::format("the range {} to {} does not lie inside \"{}\" (0 to {} frames)", range.from,
+                                  range.to, clip.getName(), clip.lengthFrames()));
+      return false;
+    }
+  }
+  if (!overlap(*ranges)) return true;
+  if (context.messages.ask(kOverlappingRegionsQuestion, {kSkipDoublesChoice, kCancelProcessChoice}, 0) != 0) {
+    return false;
+  }
+  *ranges = merged(*ranges);
+  return true;
+}
+
+// One process command per range, as one action.
+FRef<MMacroCommand> processMacro(CliContext& context, PDocument& document, PAudioClip& clip,
+                                 const FRef<PAudioProcess>& process, const std::vector<Range>& ranges,
+                                 std::vector<FRef<PAudioProcessCommand>>* commands) {
+  auto macro = makeRef<MMacroCommand>(process->displayName());
+  for (const Range& range : ranges) {
+    auto command = makeRef<PAudioProcessCommand>(FRef<PAudioClip>::share(&clip), process, range.from,
+                                                 range.to - range.from, resultFolder(document), &context.messages);
+    command->setProgress(terminalProgress(context));
+    commands->push_back(command);
+    (void)macro->add(command);
+  }
+  return macro;
+}
+
+std::string failureOf(const std::vector<FRef<PAudioProcessCommand>>& commands) {
+  for (const auto& command : commands) {
+    if (!command->failure().empty()) return command->failure();
+  }
+  return "the process failed";
+}
+
 int runProcess(CliContext& context, const Options& options) {
   std::string error;
   FRef<PAudioProcess> process = findProcess(options.process, &error);
@@ -164,36 +254,41 @@ int runProcess(CliContext& context, const Options& options) {
   if (!openProject(context, document, options.path, OpenPurpose::kEdit)) return kExitDataError;
   PAudioClip* clip = findClip(context, *document.project(), options.clip);
   if (clip == nullptr) return kExitDataError;
-  const int64_t to = options.to < 0 ? clip->lengthFrames() : options.to;
-  if (options.from < 0 || to <= options.from || to > clip->lengthFrames()) {
-    report(context, fmt::format("the range {} to {} does not lie inside \"{}\" (0 to {} frames)", options.from, to,
-                                clip->getName(), clip->lengthFrames()));
-    return kExitDataError;
+  if (!options.regions.empty() && !process->changesAudio()) {
+    return report(context, "--region belongs to the processes that change audio"), kExitUsage;
   }
+  std::vector<Range> ranges;
+  if (!processRanges(context, *clip, options, &ranges)) return kExitDataError;
   if (!process->changesAudio()) return runAnalysis(context, document, *clip, *process, options);
   if (wantsNewFile(context.messages, options.replace, options.newVersion)) clip = newVersion(document, *clip);
   if (clip == nullptr) return report(context, "the new version could not be made"), kExitDataError;
 
-  auto command = makeRef<PAudioProcessCommand>(FRef<PAudioClip>::share(clip), process, options.from, to - options.from,
-                                               resultFolder(document), &context.messages);
-  command->setProgress(terminalProgress(context));
+  std::vector<FRef<PAudioProcessCommand>> commands;
+  FRef<MMacroCommand> macro = processMacro(context, document, *clip, process, ranges, &commands);
   GUndoManager undo;
-  if (!undo.perform(command, document.project()->getRoot())) return report(context, command->failure()), kExitDataError;
+  if (!undo.perform(macro, document.project()->getRoot())) return report(context, failureOf(commands)), kExitDataError;
   document.markModified();
   if (!document.save()) return kExitDataError;
-  const AudioFile& written = clip->getCluster()->files().back();
+  const auto& files = clip->getCluster()->files();
+  const size_t first = files.size() >= ranges.size() ? files.size() - ranges.size() : 0;
   const size_t entries = editHistoryOf(*clip)->size();
   if (options.json) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const Range& range : ranges) list.push_back({{"from", range.from}, {"to", range.to}});
     printJson(context.out, {{"process", process->displayName()},
                             {"class", process->getClassName()},
                             {"clip", clip->getName()},
-                            {"from", options.from},
-                            {"to", to},
-                            {"file", written.path},
+                            {"from", ranges.front().from},
+                            {"to", ranges.back().to},
+                            {"ranges", list},
+                            {"file", files.back().path},
                             {"history", entries}});
-  } else {
+    return kExitOk;
+  }
+  for (size_t i = 0; i < ranges.size(); ++i) {
+    const std::string& path = files[std::min(first + i, files.size() - 1)].path;
     context.out << fmt::format("{} on \"{}\", frames {} to {}: {}\n", process->displayName(), clip->getName(),
-                               options.from, to, written.path);
+                               ranges[i].from, ranges[i].to, path);
   }
   return kExitOk;
 }
@@ -212,10 +307,15 @@ void addProcessCommand(CLI::App& app, CliContext& context, int* exitCode) {
       ->required();
   command->add_option("--param", options->parameters,
                       "A parameter as \"KEY=VALUE\" by its stored name, e.g. \"Gain=6\" (repeatable)");
-  command->add_option("--from", options->from, "First frame of the range in the clip (default 0)")
-      ->check(CLI::NonNegativeNumber);
-  command->add_option("--to", options->to, "Frame after the range (default: the clip's end)")
-      ->check(CLI::NonNegativeNumber);
+  auto* from = command->add_option("--from", options->from, "First frame of the range in the clip (default 0)")
+                   ->check(CLI::NonNegativeNumber);
+  auto* to = command->add_option("--to", options->to, "Frame after the range (default: the clip's end)")
+                 ->check(CLI::NonNegativeNumber);
+  command
+      ->add_option("--region", options->regions,
+                   "Process this region of the clip, by name, instead of --from/--to (repeatable; one action)")
+      ->excludes(from)
+      ->excludes(to);
   command->add_flag("--new-version", options->newVersion,
                     "Create New Version: process a new clip of the same audio, keeping this one");
   command->add_flag("--replace", options->replace, "Process this clip (its files stay as they are)")

@@ -18,6 +18,7 @@
 #include "audio/pool/MAudioEvent.h"
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PClipReader.h"
+#include "cli/ProcessCommand.h"
 #include "cli/ShellSession.h"
 #include "document/PDocument.h"
 #include "document/PDocumentInit.h"
@@ -132,6 +133,64 @@ TEST_F(CliProcess, ProcessListRemoveAndFreeze) {
   const auto again = runVantor({"-y", "history", project, "Take", "--freeze"});
   EXPECT_EQ(again.status, 1);
   EXPECT_NE(again.err.find("File has not been edited!"), std::string::npos);
+}
+
+// Runs `vantor process ARGS` in this process, its questions answered by
+// typed as on a terminal; the exit status, with what it wrote to stderr.
+int processTyping(const std::vector<std::string>& args, const std::string& typed, std::string* err) {
+  std::ostringstream out;
+  std::ostringstream errors;
+  cli::CliContext context(out, errors);
+  std::istringstream terminal(typed);
+  context.messages.setTerminal(&terminal);
+  CLI::App app;
+  int exitCode = -1;
+  cli::addProcessCommand(app, context, &exitCode);
+  std::vector<std::string> reversed(args.rbegin(), args.rend());
+  reversed.push_back("process");
+  app.parse(reversed);
+  *err = errors.str();
+  return exitCode;
+}
+
+TEST_F(CliProcess, OverlappingRegionsAreProcessedOnceOrNotAtAll) {
+  {
+    PDocument doc(messages, prefs);
+    ASSERT_TRUE(doc.open(project));
+    PAudioClip* take = PAudioPool::poolOf(*doc.project())->findClip("Take");
+    take->addRegion(makeRef<MRegionMarker>("Early", 300, 500));  // [300, 800)
+    take->addRegion(makeRef<MRegionMarker>("Late", 600, 400));   // [600, 1000)
+    take->addRegion(makeRef<MRegionMarker>("End", 1500, 200));   // [1500, 1700)
+    doc.markModified();
+    ASSERT_TRUE(doc.save());
+  }
+  const std::string question = "You have selected regions for processing\nthat refer to overlapping audio material!\n";
+  const std::string before = slurp(project);
+  std::string err;
+  EXPECT_EQ(processTyping({project, "Take", "Gain", "--param", "Gain=-6.020599913", "--region", "Early", "--region",
+                           "Late", "--replace"},
+                          "Cancel\n", &err),
+            1);
+  EXPECT_EQ(err, question + "  1) Skip Doubles (default)\n  2) Cancel\nanswer: ");
+  EXPECT_EQ(slurp(project), before);
+
+  // A script skips the doubles: [300, 1000) once, and [1500, 1700), as one action.
+  const auto once = runVantor({"process", project, "Take", "Gain", "--param", "Gain=-6.020599913", "--region", "Late",
+                               "--region", "End", "--region", "Early", "--replace", "--json"});
+  ASSERT_EQ(once.status, 0) << once.err;
+  EXPECT_EQ(once.err, question + "(answered: Skip Doubles)\n");
+  EXPECT_EQ(nlohmann::json::parse(once.out).at("ranges"),
+            nlohmann::json::parse(R"([{"from": 300, "to": 1000}, {"from": 1500, "to": 1700}])"));
+  std::vector<float> expected = original;
+  for (size_t i = 300; i < 1000; ++i) expected[i] *= 0.5f;
+  for (size_t i = 1500; i < 1700; ++i) expected[i] *= 0.5f;
+  const std::vector<float> halved = clipSamples();
+  ASSERT_EQ(halved.size(), expected.size());
+  for (size_t i = 0; i < halved.size(); ++i) ASSERT_NEAR(halved[i], expected[i], 1e-4f) << i;
+
+  const auto missing = runVantor({"process", project, "Take", "Gain", "--region", "Chorus", "--replace"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, "the clip \"Take\" has no region \"Chorus\"\n");
 }
 
 TEST_F(CliProcess, ModifyReplaceAndNewVersion) {

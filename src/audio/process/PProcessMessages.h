@@ -14,6 +14,13 @@ inline constexpr const char* kReplaceChoice = "Replace";
 inline constexpr const char* kNewFileChoice = "New File";
 inline constexpr const char* kCreateNewVersionAction = "Create New Version";
 
+// Asked when regions chosen for processing share frames: "Skip Doubles"
+// processes each frame once (the union of their ranges), "Cancel" nothing.
+inline constexpr const char* kOverlappingRegionsQuestion =
+    "You have selected regions for processing\nthat refer to overlapping audio material!";
+inline constexpr const char* kSkipDoublesChoice = "Skip Doubles";
+inline constexpr const char* kCancelProcessChoice = "Cancel";
+
 inline constexpr const char* kHistoryTitleFormat = "Offline Process History for %s";
 inline constexpr const char* kHistoryActionColumn = "Action";
 inline constexpr const char* kHistoryStatusColumn = "Status";
