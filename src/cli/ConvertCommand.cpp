@@ -9,6 +9,8 @@
 
 #include "audio/files/AudioFileConverter.h"
 #include "audio/files/AudioFileHandler.h"
+#include "audio/files/AudioFileMessages.h"
+#include "audio/files/AudioFileWriter.h"
 
 namespace vantor::cli {
 
@@ -82,8 +84,17 @@ void printResult(CliContext& context, const std::string& path, const AudioFile& 
                           {"cues", cues}});
 }
 
+// Whether the user answers "Replace" for a write-protected OUT (a script,
+// even with --yes, takes "Cancel").
+bool replaceAnyway(CliContext& context) {
+  return context.messages.ask(kReplaceProtectedQuestion, {kReplaceProtectedChoice, kCancelReplaceChoice}, 1) == 0;
+}
+
 int runConvert(CliContext& context, const Options& options) {
+  const bool writeProtected = AudioFileWriter::isWriteProtected(options.output);
+  if (writeProtected && !replaceAnyway(context)) return kExitDataError;
   AudioConversion conversion;
+  conversion.replaceProtected = writeProtected;
   conversion.typeName = typeNameFor(options);
   conversion.width = widthFor(options.bits);
   conversion.sampleRate = options.rate;
@@ -104,7 +115,10 @@ void addConvertCommand(CLI::App& app, CliContext& context, int* exitCode) {
   auto options = std::make_shared<Options>();
   convert->add_option("IN", options->input, "Audio file to read (WAVE, AIFF, AIFC, SDII, FLAC, Ogg, MP3, ...)")
       ->required();
-  convert->add_option("OUT", options->output, "Audio file to write; replaced when it exists")->required();
+  convert
+      ->add_option("OUT", options->output,
+                   "Audio file to write; replaced when it exists (a write-protected one only when so answered)")
+      ->required();
   convert->add_option("--format", options->format, "Container: wav, aiff, aifc or sd2 (default: from OUT's extension)")
       ->check(CLI::IsMember({"wav", "aiff", "aifc", "sd2"}));
   convert->add_option("--bits", options->bits, "Sample width: 16, 24 or 32f (default: the input's)")

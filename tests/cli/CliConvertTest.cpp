@@ -5,17 +5,22 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
+
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "CliTestSupport.h"
 #include "audio/files/AudioFileReader.h"
 #include "audio/files/AudioFileWriter.h"
+#include "cli/ConvertCommand.h"
 
 namespace vantor {
 namespace {
 
 using test::runVantor;
+using test::slurp;
 using test::TempFolder;
 
 std::vector<float> readAll(const std::string& path, AudioFile* file) {
@@ -122,6 +127,63 @@ TEST(CliConvert, RefusesBadFilesAndBadOptions) {
   const auto help = runVantor({"convert", "--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("--format"), std::string::npos);
+}
+
+// Runs `vantor convert ARGS` in this process, its questions answered by
+// typed as on a terminal; the exit status, with what it wrote to stderr.
+int convertTyping(const std::vector<std::string>& args, const std::string& typed, std::string* err) {
+  std::ostringstream out;
+  std::ostringstream errors;
+  cli::CliContext context(out, errors);
+  std::istringstream terminal(typed);
+  context.messages.setTerminal(&terminal);
+  CLI::App app;
+  int exitCode = -1;
+  cli::addConvertCommand(app, context, &exitCode);
+  std::vector<std::string> reversed(args.rbegin(), args.rend());
+  reversed.push_back("convert");
+  app.parse(reversed);
+  *err = errors.str();
+  return exitCode;
+}
+
+TEST(CliConvert, AWriteProtectedFileIsReplacedOnlyWhenSoAnswered) {
+  TempFolder dir;
+  const std::string source = (dir / "source.wav").string();
+  const std::string target = (dir / "target.wav").string();
+  AudioFile file;
+  file.typeName = "WAVE";
+  file.format.sampleRate = 8000;
+  file.format.channels = 1;
+  const std::vector<float> signal(100, 0.25f);
+  AudioFileWriter writer;
+  ASSERT_TRUE(writer.open(source, file) && writer.writeFrames(signal.data(), 100) && writer.close());
+  ASSERT_TRUE(writer.open(target, file) && writer.writeFrames(signal.data(), 10) && writer.close());
+  ASSERT_EQ(::chmod(target.c_str(), 0444), 0);
+  const std::string before = slurp(target);
+  const std::string question = "The file is write protected! Do you want to replace it anyway?\n";
+
+  // A script, --yes or not, keeps the file.
+  const auto script = runVantor({"-y", "convert", source, target});
+  EXPECT_EQ(script.status, 1);
+  EXPECT_EQ(script.err, question + "(answered: Cancel)\n");
+  EXPECT_EQ(slurp(target), before);
+
+  std::string err;
+  EXPECT_EQ(convertTyping({source, target}, "Cancel\n", &err), 1);
+  EXPECT_EQ(err, question + "  1) Replace\n  2) Cancel (default)\nanswer: ");
+  EXPECT_EQ(slurp(target), before);
+
+  EXPECT_EQ(convertTyping({source, target}, "Replace\n", &err), 0);
+  AudioFile written;
+  EXPECT_EQ(readAll(target, &written), signal);
+  struct stat info {};
+  ASSERT_EQ(::stat(target.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0444u);  // still write protected
+
+  // The writer alone refuses it.
+  ASSERT_FALSE(writer.open(target, file));
+  EXPECT_EQ(writer.error(), "The file is write protected and cannot be replaced!");
 }
 
 }  // namespace

@@ -168,6 +168,7 @@ bool AudioFileConverter::convert(const std::string& sourcePath, const std::strin
   }
   // Refused before writing what the container's size fields cannot hold.
   if (p.expectedFrames * target.format.blockAlign() > kMaxDataBytes) return fail(targetPath, kFileTooLargeMessage);
+  p.writer.setReplaceProtected(conversion.replaceProtected);
   if (!p.writer.open(targetPath, target)) return fail(targetPath, p.writer.error());
   p.input.resize(static_cast<size_t>(kBlockFrames * p.channels));
   int64_t done = 0;

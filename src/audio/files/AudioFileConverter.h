@@ -39,6 +39,9 @@ struct AudioConversion {
   // Triangular dither where a result of 16 bits or fewer loses precision
   // (see above); false rounds only.
   bool dither = true;
+  // Replaces a write-protected target (which keeps its mode) instead of
+  // refusing it.
+  bool replaceProtected = false;
 };
 
 class AudioFileConverter {

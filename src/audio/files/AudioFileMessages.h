@@ -9,6 +9,11 @@ inline constexpr const char* kInvalidAudioFileMessage = "Error: Invalid or unsup
 inline constexpr const char* kNotEnoughDiskSpaceMessage = "There is not enough disk space for this operation!";
 // The file to be replaced may not be written.
 inline constexpr const char* kWriteProtectedMessage = "The file is write protected and cannot be replaced!";
+// Asked where the user may replace a write-protected file all the same.
+inline constexpr const char* kReplaceProtectedQuestion =
+    "The file is write protected! Do you want to replace it anyway?";
+inline constexpr const char* kReplaceProtectedChoice = "Replace";
+inline constexpr const char* kCancelReplaceChoice = "Cancel";
 // The samples would pass the 32-bit size fields of the container.
 inline constexpr const char* kFileTooLargeMessage = "The file is larger than its format can hold (4 GB).";
 // A read failed, or the file was cut short, before the end of its samples.

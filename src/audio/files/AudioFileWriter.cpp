@@ -16,13 +16,23 @@ namespace vantor {
 
 namespace {
 
-// Write protection is the file's own mode, whoever runs the program.
-bool isWriteProtected(const std::string& path) {
+// The permission bits of a write-protected file at path; none when it is
+// missing or may be written.
+std::optional<unsigned> protectedMode(const std::string& path) {
   struct stat info {};
-  return ::stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+  if (::stat(path.c_str(), &info) != 0 || (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0) return std::nullopt;
+  return static_cast<unsigned>(info.st_mode & 07777);
+}
+
+// The new file's mode: the replaced protected file's, else the usual one.
+void giveMode(const std::string& path, const std::optional<unsigned>& mode, mode_t mask) {
+  (void)::chmod(path.c_str(), mode ? static_cast<mode_t>(*mode) : (0666 & ~mask));
 }
 
 }  // namespace
+
+// Write protection is the file's own mode, whoever runs the program.
+bool AudioFileWriter::isWriteProtected(const std::string& path) { return protectedMode(path).has_value(); }
 
 AudioFileWriter::~AudioFileWriter() { abandon(); }
 
@@ -53,7 +63,9 @@ bool AudioFileWriter::open(const std::string& path, const AudioFile& file) {
   handler_ = AudioFileHandlers::byTypeName(file.typeName);
   if (handler_ == nullptr || !handler_->canWrite() || !file.format.isWritable()) return fail(kInvalidAudioFileMessage);
   const std::optional<AudioFileCompanion> companion = handler_->companion(file_);
-  if (isWriteProtected(path) || (companion && isWriteProtected(companion->path))) return fail(kWriteProtectedMessage);
+  targetMode_ = protectedMode(path);
+  companionMode_ = companion ? protectedMode(companion->path) : std::nullopt;
+  if (!replaceProtected_ && (targetMode_ || companionMode_)) return fail(kWriteProtectedMessage);
   std::string pattern = path + ".XXXXXX";
   const int fd = ::mkstemp(pattern.data());
   // A full disk can refuse the temporary file itself.
@@ -93,15 +105,15 @@ bool AudioFileWriter::close() {
   }
   if (!stream_.close(true)) return failWrite(errno);
   // mkstemp makes the file readable by its owner alone; a new audio file
-  // gets the usual mode.
+  // gets the usual mode, one that replaces a protected file that file's.
   const mode_t mask = ::umask(0);
   ::umask(mask);
-  (void)::chmod(temporary_.c_str(), 0666 & ~mask);
+  giveMode(temporary_, targetMode_, mask);
   const std::optional<AudioFileCompanion> companion = handler_->companion(file_);
   std::string companionTemporary;
   if (companion) {
     if (!writeCompanion(*companion, &companionTemporary)) return false;
-    (void)::chmod(companionTemporary.c_str(), 0666 & ~mask);
+    giveMode(companionTemporary, companionMode_, mask);
   }
   if (!putInPlace(companion, companionTemporary)) return false;
   temporary_.clear();

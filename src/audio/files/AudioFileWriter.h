@@ -30,6 +30,11 @@ class AudioFileWriter {
   // protected and cannot be replaced!"), the format cannot be stored or
   // the file cannot be made.
   [[nodiscard]] bool open(const std::string& path, const AudioFile& file);
+  // Lets the next open() replace a write-protected target (and companion);
+  // the new file keeps the old one's mode, so it stays write protected.
+  void setReplaceProtected(bool replace) { replaceProtected_ = replace; }
+  // Whether the file at path exists and nobody may write it by its mode.
+  static bool isWriteProtected(const std::string& path);
   // Appends frames frames (frames × channels floats). False when a write
   // failed; "There is not enough disk space for this operation!" when the
   // disk was full.
@@ -69,6 +74,10 @@ class AudioFileWriter {
   int64_t blockFrames_ = 1;
   int64_t frames_ = 0;
   std::string error_;
+  bool replaceProtected_ = false;
+  // The modes of the protected files being replaced, given to the new ones.
+  std::optional<unsigned> targetMode_;
+  std::optional<unsigned> companionMode_;
 };
 
 }  // namespace vantor
