@@ -79,9 +79,10 @@ bool reportSubcommand(const CLI::App& app, int argc, char** argv, std::ostream& 
 
 }  // namespace
 
-int runCli(int argc, char** argv, std::ostream& out, std::ostream& err) {
+int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::istream* terminal) {
   initializeDocument();
   CliContext context(out, err);
+  context.messages.setTerminal(terminal);
   // A preferences file that cannot be read leaves the defaults.
   (void)context.preferences.load(PPreferences::defaultPath());
   GUndoManager::applyMaximumUndo(static_cast<int>(context.preferences.getInt("Maximum Undo")));

@@ -6,6 +6,9 @@
 
 namespace vantor::cli {
 
-int runCli(int argc, char** argv, std::ostream& out, std::ostream& err);
+// terminal: where a person types the answers to questions (a write-protected
+// target, "Replace original or create new file?", ...); nullptr runs as a
+// script, where every question takes its default.
+int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::istream* terminal = nullptr);
 
 }  // namespace vantor::cli
