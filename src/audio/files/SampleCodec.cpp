@@ -33,8 +33,18 @@ void decodeIntegers(const uint8_t* in, float* out, size_t count) {
 // for AVX2 and for the baseline, and the loader picks one for the processor
 // (the AVX2 loop is about three times as fast). Both give the same floats,
 // since every step is exact. Clang takes the attribute on plain functions
-// only, not on templates.
-#if defined(__x86_64__)
+// only, not on templates. Sanitizer builds take the baseline loop only: the
+// loader's choice runs before the sanitizer's runtime is set up, and
+// crashes under ThreadSanitizer.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define VANTOR_SANITIZED 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define VANTOR_SANITIZED 1
+#endif
+#if defined(__x86_64__) && !defined(VANTOR_SANITIZED)
 #define VANTOR_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
 #else
 #define VANTOR_VECTOR_CLONES
