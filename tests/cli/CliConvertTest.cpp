@@ -129,22 +129,10 @@ TEST(CliConvert, RefusesBadFilesAndBadOptions) {
   EXPECT_NE(help.out.find("--format"), std::string::npos);
 }
 
-// Runs `vantor convert ARGS` in this process, its questions answered by
-// typed as on a terminal; the exit status, with what it wrote to stderr.
 int convertTyping(const std::vector<std::string>& args, const std::string& typed, std::string* err) {
-  std::ostringstream out;
-  std::ostringstream errors;
-  cli::CliContext context(out, errors);
-  std::istringstream terminal(typed);
-  context.messages.setTerminal(&terminal);
-  CLI::App app;
-  int exitCode = -1;
-  cli::addConvertCommand(app, context, &exitCode);
-  std::vector<std::string> reversed(args.rbegin(), args.rend());
-  reversed.push_back("convert");
-  app.parse(reversed);
-  *err = errors.str();
-  return exitCode;
+  std::vector<std::string> words{"convert"};
+  words.insert(words.end(), args.begin(), args.end());
+  return test::runVantorTyping(words, typed, err);
 }
 
 TEST(CliConvert, AWriteProtectedFileIsReplacedOnlyWhenSoAnswered) {

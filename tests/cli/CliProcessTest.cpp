@@ -135,22 +135,10 @@ TEST_F(CliProcess, ProcessListRemoveAndFreeze) {
   EXPECT_NE(again.err.find("File has not been edited!"), std::string::npos);
 }
 
-// Runs `vantor process ARGS` in this process, its questions answered by
-// typed as on a terminal; the exit status, with what it wrote to stderr.
 int processTyping(const std::vector<std::string>& args, const std::string& typed, std::string* err) {
-  std::ostringstream out;
-  std::ostringstream errors;
-  cli::CliContext context(out, errors);
-  std::istringstream terminal(typed);
-  context.messages.setTerminal(&terminal);
-  CLI::App app;
-  int exitCode = -1;
-  cli::addProcessCommand(app, context, &exitCode);
-  std::vector<std::string> reversed(args.rbegin(), args.rend());
-  reversed.push_back("process");
-  app.parse(reversed);
-  *err = errors.str();
-  return exitCode;
+  std::vector<std::string> words{"process"};
+  words.insert(words.end(), args.begin(), args.end());
+  return test::runVantorTyping(words, typed, err);
 }
 
 TEST_F(CliProcess, OverlappingRegionsAreProcessedOnceOrNotAtAll) {

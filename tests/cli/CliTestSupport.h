@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/CliApp.h"
+
 namespace vantor::test {
 
 struct RunResult {
@@ -74,6 +76,20 @@ inline RunResult runVantor(const std::vector<std::string>& args, const std::stri
   std::filesystem::remove(out);
   std::filesystem::remove(err);
   return result;
+}
+
+// Runs `vantor ARGS` in this process, its questions answered by typed as on
+// a terminal; the exit status, with what it wrote to stderr in *err.
+inline int runVantorTyping(std::vector<std::string> args, const std::string& typed, std::string* err) {
+  args.insert(args.begin(), "vantor");
+  std::vector<char*> argv;
+  for (std::string& arg : args) argv.push_back(arg.data());
+  std::ostringstream out;
+  std::ostringstream errors;
+  std::istringstream terminal(typed);
+  const int status = cli::runCli(static_cast<int>(argv.size()), argv.data(), out, errors, &terminal);
+  *err = errors.str();
+  return status;
 }
 
 }  // namespace vantor::test
