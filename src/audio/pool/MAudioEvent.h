@@ -12,6 +12,7 @@
 
 #include "audio/pool/PAudioClip.h"
 #include "foundation/FRef.h"
+#include "model/tree/MAutoFadeSetting.h"
 #include "model/tree/MEvent.h"
 
 namespace vantor {
@@ -35,9 +36,29 @@ class MAudioEvent : public MEvent {
     clipLength_ = length;
   }
 
-  // Archive: the event members, then the clip (object record: a back
-  // reference to the clip the pool wrote), clip start and clip length
-  // (64-bit frames). A negative range is refused.
+  // The event's own fades, in frames of the clip: 0 means none of its own,
+  // and playback applies the project's automatic fade for that edge when it
+  // is on. A fade longer than half the event is shortened to half when
+  // played.
+  int64_t getFadeIn() const { return fadeIn_; }
+  int64_t getFadeOut() const { return fadeOut_; }
+  MFadeCurve getFadeInCurve() const { return fadeInCurve_; }
+  MFadeCurve getFadeOutCurve() const { return fadeOutCurve_; }
+  void setFadeIn(int64_t frames, MFadeCurve curve) {
+    fadeIn_ = frames;
+    fadeInCurve_ = curve;
+  }
+  void setFadeOut(int64_t frames, MFadeCurve curve) {
+    fadeOut_ = frames;
+    fadeOutCurve_ = curve;
+  }
+
+  // Archive (class version 1): the event members, then the clip (object
+  // record: a back reference to the clip the pool wrote), clip start and
+  // clip length (64-bit frames), then fade-in length (64-bit frames) and
+  // curve (16-bit), fade-out length and curve. Version 0 records end after
+  // the clip length. A negative range or fade is refused; an unknown curve
+  // reads as linear.
   [[nodiscard]] bool readFromArchive(FObjectArchive& archive) override;
   [[nodiscard]] bool writeToArchive(FObjectArchive& archive) const override;
 
@@ -45,6 +66,10 @@ class MAudioEvent : public MEvent {
   FRef<PAudioClip> clip_;
   int64_t clipStart_ = 0;
   int64_t clipLength_ = 0;
+  int64_t fadeIn_ = 0;
+  int64_t fadeOut_ = 0;
+  MFadeCurve fadeInCurve_ = MFadeCurve::kLinear;
+  MFadeCurve fadeOutCurve_ = MFadeCurve::kLinear;
 };
 
 }  // namespace vantor

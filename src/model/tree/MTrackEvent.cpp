@@ -85,6 +85,16 @@ int32_t MTrackEvent::getAttribute(uint32_t code) const {
   return it != attributes_.end() && it->first == code ? it->second : 0;
 }
 
+double MTrackEvent::volumeDb() const {
+  int32_t v = std::clamp(getAttribute(MTrackAttribute::kVolume), MTrackAttribute::kVolumeOff, MTrackAttribute::kVolumeMax);
+  return v / 100.0;
+}
+
+double MTrackEvent::pan() const {
+  int32_t p = std::clamp(getAttribute(MTrackAttribute::kPan), -MTrackAttribute::kPanMax, MTrackAttribute::kPanMax);
+  return p / static_cast<double>(MTrackAttribute::kPanMax);
+}
+
 bool MTrackEvent::hasAttribute(uint32_t code) const { return getAttribute(code) != 0; }
 
 void MTrackEvent::setAttribute(uint32_t code, int32_t value) {

@@ -33,6 +33,14 @@ constexpr uint32_t kColor = fourCC("Colr");
 constexpr uint32_t kSelected = fourCC("Slct");
 constexpr uint32_t kEditEnabled = fourCC("Edit");
 constexpr uint32_t kControl = fourCC("Ctrl");
+// The track's mixer channel: volume in hundredths of a decibel (0 = 0 dB,
+// kVolumeOff and below = silent) and pan in percent from -100 (left) to
+// 100 (right), 0 the centre. Muting a track is its event's muted flag.
+constexpr uint32_t kVolume = fourCC("Volu");
+constexpr uint32_t kPan = fourCC("Pan ");
+constexpr int32_t kVolumeOff = -14400;
+constexpr int32_t kVolumeMax = 1200;
+constexpr int32_t kPanMax = 100;
 }  // namespace MTrackAttribute
 
 class MTrackEvent : public MEvent {
@@ -62,6 +70,10 @@ class MTrackEvent : public MEvent {
   bool isExpanded() const { return getAttribute(MTrackAttribute::kExpanded) != 0; }
   bool isSolo() const { return getAttribute(MTrackAttribute::kSolo) != 0; }
   bool isTrackSelected() const { return getAttribute(MTrackAttribute::kSelected) != 0; }
+  // Mixer volume in decibels (kVolumeOff / 100 or lower: silent) and pan
+  // from -1 (left) to 1 (right), clamped to their ranges.
+  double volumeDb() const;
+  double pan() const;
 
   // A new, empty node of this track kind (parts list, marker list, tempo
   // node, ...), or nullptr when the node's class is not registered.
