@@ -3,6 +3,7 @@
 // the files directly (the offline render), or from ring buffers that a disk
 // thread fills ahead of the play position (real-time playback).
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vantor {
