@@ -13,6 +13,8 @@ packages=(
   libsndfile1-dev pkg-config
   libsoxr-dev libfftw3-dev libpng-dev
   sox libaudiofile-dev
+  libfluidsynth-dev timgm6mb-soundfont libebur128-dev
+  libjack-jackd2-dev jackd2
 )
 
 missing=()
