@@ -5,34 +5,12 @@
 #include <random>
 #include <vector>
 
+#include "render/support/FrameCounterTarget.h"
+
 namespace vantor {
 namespace {
 
-// A stand-in for the engine: each frame it renders carries its timeline
-// position (frame + 1 on the left, its negative on the right, so that
-// silence is told apart from frame 0). After a locate it is not ready for
-// `prerollCalls` calls of ready().
-class FrameCounter : public RPlayTarget {
- public:
-  int maxFrames() const noexcept override { return 64; }
-  void locate(int64_t frame) noexcept override {
-    position = frame;
-    notReady = prerollCalls;
-    ++locates;
-  }
-  bool ready() noexcept override { return notReady == 0 || --notReady == 0; }
-  void process(float* left, float* right, int frames) noexcept override {
-    EXPECT_LE(frames, maxFrames());
-    for (int i = 0; i < frames; ++i, ++position) {
-      left[i] = static_cast<float>(position + 1);
-      right[i] = -left[i];
-    }
-  }
-  int64_t position = 0;
-  int prerollCalls = 0;
-  int notReady = 0;
-  int locates = 0;
-};
+using test::FrameCounterTarget;
 
 // Runs `periods` periods of random sizes up to 600 frames (beyond the
 // target's 64, so the transport splits them) and returns the left channel;
@@ -69,7 +47,7 @@ std::vector<float> withoutSilence(const std::vector<float>& played) {
 TEST(RJackTransport, LoopsBetweenTheLocatorsAndStopsAtTheEnd) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     std::mt19937 random(seed);
-    FrameCounter target;
+    FrameCounterTarget target;
     RJackTransport transport(target, 3000, 4500);
     transport.locate(1000);
     transport.setCycle(true);
@@ -87,8 +65,9 @@ TEST(RJackTransport, LoopsBetweenTheLocatorsAndStopsAtTheEnd) {
     EXPECT_FALSE(transport.playing());
     EXPECT_EQ(transport.loops(), 2);
     EXPECT_EQ(transport.position(), 4500);
+    EXPECT_LE(target.largestBlock, target.maxFrames());
 
-    FrameCounter plain;
+    FrameCounterTarget plain;
     RJackTransport straight(plain, 3000, 4500);
     straight.setEnd(4000);
     straight.locate(1000);
@@ -104,7 +83,7 @@ TEST(RJackTransport, LoopsBetweenTheLocatorsAndStopsAtTheEnd) {
 // from the new frame; a position past the right locator plays on.
 TEST(RJackTransport, LocatesStopsAndWaitsForTheDisk) {
   std::mt19937 random(7);
-  FrameCounter target;
+  FrameCounterTarget target;
   target.prerollCalls = 3;
   RJackTransport transport(target, 100, 200);
   transport.setCycle(true);
