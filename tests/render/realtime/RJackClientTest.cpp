@@ -8,7 +8,7 @@
 
 #include "render/realtime/RJackTransport.h"
 #include "render/support/FrameCounterTarget.h"
-#include "render/support/JackTestServer.h"
+#include "support/JackTestServer.h"
 
 namespace vantor {
 namespace {

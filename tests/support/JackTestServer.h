@@ -1,24 +1,79 @@
-#include "render/support/JackTestServer.h"
+#pragma once
+// A private JACK server for tests: jackd with its dummy backend (no sound
+// card, no real-time privileges) under a unique name, started as a child
+// process and killed at the end; and a capture client that records what
+// arrives on two input ports.
 
 #include <fcntl.h>
+#include <jack/jack.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
+#include <string>
 #include <thread>
+#include <vector>
 
 extern char** environ;
 
 namespace vantor::test {
 
-namespace {
+class JackTestServer {
+ public:
+  // Starts `jackd --no-realtime -n <unique> -d dummy -r rate -p period` and
+  // waits (up to 10 s) until it accepts clients. Check running() after; when
+  // it is false, skipReason() says why (jackd not installed, or it failed).
+  JackTestServer(int rate = 48000, int period = 256);
+  ~JackTestServer();
+  JackTestServer(const JackTestServer&) = delete;
+  JackTestServer& operator=(const JackTestServer&) = delete;
 
-bool onPath(const std::string& program) {
+  bool running() const { return pid_ > 0 && skipReason_.empty(); }
+  const std::string& skipReason() const { return skipReason_; }
+  const std::string& name() const { return name_; }
+
+ private:
+  std::string name_;
+  std::string skipReason_;
+  int pid_ = -1;
+};
+
+// Records up to `capacity` frames of its two inputs from activation on.
+class JackCapture {
+ public:
+  JackCapture(const std::string& serverName, size_t capacity);
+  ~JackCapture();
+  JackCapture(const JackCapture&) = delete;
+  JackCapture& operator=(const JackCapture&) = delete;
+
+  bool ok() const { return client_ != nullptr; }
+  // Connects output port `source` (a full name) to input `channel` (0, 1).
+  bool connect(const std::string& source, int channel);
+  // How many frames have arrived so far.
+  size_t frames() const { return count_.load(std::memory_order_acquire); }
+  // Stops recording and returns channel `channel` of what arrived.
+  std::vector<float> take(int channel);
+
+ private:
+  static int onProcess(jack_nframes_t frames, void* self);
+
+  jack_client_t* client_ = nullptr;
+  jack_port_t* ports_[2] = {nullptr, nullptr};
+  std::vector<float> data_[2];
+  std::atomic<size_t> count_{0};
+  bool active_ = false;
+};
+
+
+
+namespace jackdetail {
+
+inline bool onPath(const std::string& program) {
   const char* path = std::getenv("PATH");
   std::string folders = path != nullptr ? path : "/usr/bin:/bin";
   size_t begin = 0;
@@ -30,9 +85,9 @@ bool onPath(const std::string& program) {
   return false;
 }
 
-void quiet(const char*) {}
+inline void quiet(const char*) {}
 
-bool accepts(const std::string& name) {
+inline bool accepts(const std::string& name) {
   jack_status_t status{};
   jack_client_t* probe = jack_client_open(
       "vantor_probe", static_cast<jack_options_t>(JackNoStartServer | JackServerName), &status, name.c_str());
@@ -41,16 +96,16 @@ bool accepts(const std::string& name) {
   return true;
 }
 
-}  // namespace
+}  // namespace jackdetail
 
-JackTestServer::JackTestServer(int rate, int period) {
-  jack_set_error_function(quiet);
-  jack_set_info_function(quiet);
-  if (!onPath("jackd")) {
+inline JackTestServer::JackTestServer(int rate, int period) {
+  jack_set_error_function(jackdetail::quiet);
+  jack_set_info_function(jackdetail::quiet);
+  if (!jackdetail::onPath("jackd")) {
     skipReason_ = "jackd is not installed (Debian package jackd2)";
     return;
   }
-  static std::atomic<int> serial{0};
+  static std::atomic<int> serial{0};  // one per server in this process
   name_ = "vantor_test_" + std::to_string(::getpid()) + "_" + std::to_string(serial++);
   const std::string rateText = std::to_string(rate);
   const std::string periodText = std::to_string(period);
@@ -74,7 +129,7 @@ JackTestServer::JackTestServer(int rate, int period) {
   }
   pid_ = pid;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!accepts(name_)) {
+  while (!jackdetail::accepts(name_)) {
     int status = 0;
     if (::waitpid(pid_, &status, WNOHANG) == pid_) {
       pid_ = -1;
@@ -89,7 +144,7 @@ JackTestServer::JackTestServer(int rate, int period) {
   }
 }
 
-JackTestServer::~JackTestServer() {
+inline JackTestServer::~JackTestServer() {
   if (pid_ <= 0) return;
   ::kill(pid_, SIGTERM);
   int status = 0;
@@ -104,7 +159,7 @@ JackTestServer::~JackTestServer() {
   }
 }
 
-JackCapture::JackCapture(const std::string& serverName, size_t capacity) {
+inline JackCapture::JackCapture(const std::string& serverName, size_t capacity) {
   data_[0].assign(capacity, 0.0f);
   data_[1].assign(capacity, 0.0f);
   jack_status_t status{};
@@ -121,17 +176,17 @@ JackCapture::JackCapture(const std::string& serverName, size_t capacity) {
   }
 }
 
-JackCapture::~JackCapture() {
+inline JackCapture::~JackCapture() {
   if (client_ == nullptr) return;
   if (active_) jack_deactivate(client_);
   jack_client_close(client_);
 }
 
-bool JackCapture::connect(const std::string& source, int channel) {
+inline bool JackCapture::connect(const std::string& source, int channel) {
   return jack_connect(client_, source.c_str(), jack_port_name(ports_[channel])) == 0;
 }
 
-std::vector<float> JackCapture::take(int channel) {
+inline std::vector<float> JackCapture::take(int channel) {
   if (active_) {
     jack_deactivate(client_);
     active_ = false;
@@ -140,7 +195,7 @@ std::vector<float> JackCapture::take(int channel) {
   return std::vector<float>(data_[channel].begin(), data_[channel].begin() + static_cast<long>(count));
 }
 
-int JackCapture::onProcess(jack_nframes_t frames, void* self) {
+inline int JackCapture::onProcess(jack_nframes_t frames, void* self) {
   auto* capture = static_cast<JackCapture*>(self);
   const size_t at = capture->count_.load(std::memory_order_relaxed);
   const size_t room = std::min<size_t>(frames, capture->data_[0].size() - at);
