@@ -38,6 +38,7 @@ void RJackTransport::process(float* left, float* right, int frames) noexcept {
     if (!waiting) played = playSpan(left, right, frames);
   }
   if (played < frames) silence(left + played, right + played, frames - played);
+  if (played > 0) framesPlayed_.fetch_add(played, std::memory_order_release);
   waiting_.store(waiting, std::memory_order_release);
   position_.store(current_, std::memory_order_release);
 }

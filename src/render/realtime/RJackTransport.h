@@ -55,6 +55,8 @@ class RJackTransport {
   bool waiting() const noexcept { return waiting_.load(std::memory_order_acquire); }
   // How many times the cycle has wrapped since the transport was made.
   int loops() const noexcept { return loops_.load(std::memory_order_acquire); }
+  // Frames played (not silence while stopped or waiting) since it was made.
+  int64_t framesPlayed() const noexcept { return framesPlayed_.load(std::memory_order_acquire); }
 
   // --- audio thread ---
   // Fills one period: silence while stopped or waiting, otherwise the
@@ -80,6 +82,7 @@ class RJackTransport {
   std::atomic<int64_t> position_{0};
   std::atomic<bool> waiting_{false};
   std::atomic<int> loops_{0};
+  std::atomic<int64_t> framesPlayed_{0};
 
   // Audio thread only.
   int64_t current_ = 0;

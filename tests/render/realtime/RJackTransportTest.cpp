@@ -64,6 +64,7 @@ TEST(RJackTransport, LoopsBetweenTheLocatorsAndStopsAtTheEnd) {
     EXPECT_EQ(withoutSilence(played).size(), expected.size());
     EXPECT_FALSE(transport.playing());
     EXPECT_EQ(transport.loops(), 2);
+    EXPECT_EQ(transport.framesPlayed(), static_cast<int64_t>(expected.size()));
     EXPECT_EQ(transport.position(), 4500);
     EXPECT_LE(target.largestBlock, target.maxFrames());
 
