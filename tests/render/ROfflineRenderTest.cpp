@@ -8,7 +8,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "RenderTestSupport.h"
+#include "PlaybackTestSupport.h"
 #include "model/markers/MTransport.h"
 #include "render/offline/RLoudnessMeter.h"
 #include "render/offline/ROfflineRender.h"
