@@ -8,7 +8,8 @@
 #include <numbers>
 #include <random>
 
-#include "RenderTestSupport.h"
+#include "PlaybackTestSupport.h"
+#include "render/RMetronome.h"
 
 namespace vantor {
 namespace {
@@ -48,6 +49,49 @@ TEST_F(RPlaybackEngineTest, NotesLandOnTheirFramesAcrossATempoRamp) {
   ASSERT_EQ(p->sampleRate, 48000);
   const test::Stereo out = render(p, expected.back() + 100);
   EXPECT_EQ(impulseFrames(out.left), expected);
+}
+
+TEST_F(RPlaybackEngineTest, ClicksLandOnTheBeatsAcrossATempoRamp) {
+  // 4/4, 120 BPM ramping to 60 at pulse 1920 as above: beats at 480 k
+  // pulses, accented every fourth. The click sound itself may begin
+  // silently, so each beat's first audible frame is its frame plus the
+  // first audible frame of a click rendered alone.
+  setTempo(120, 1920, 60);
+  RMetronome alone(48000);
+  alone.trigger(true);
+  std::vector<float> l(960), r(960);
+  alone.render(l.data(), r.data(), 960);
+  const auto first = std::find_if(l.begin(), l.end(), [](float v) { return v != 0; }) - l.begin();
+  ASSERT_LT(first, 960);
+  const auto seconds = [](double p) {
+    if (p <= 1920) return -4 * std::log((120 - 60 * p / 1920) / 120);
+    return 4 * std::log(2.0) + (p - 1920) / 480;
+  };
+  doc->arrangement()->getTransport()->setRightLocator(480 * 7);
+  const auto p = plan();
+  std::vector<int64_t> expected;
+  for (int beat = 0; beat < 7; ++beat) expected.push_back(std::llround(seconds(480 * beat) * 48000) + first);
+  ASSERT_EQ(p->clicks.size(), 7u);
+  EXPECT_TRUE(p->clicks[0].accent && p->clicks[4].accent && !p->clicks[1].accent);
+  for (bool on : {true, false}) {
+    RDirectSegmentSource source(*p);
+    RPlaybackEngine engine;
+    std::string error;
+    ASSERT_TRUE(engine.prepare(p, &source, test::ImpulseFactory(), 1000, &error));
+    engine.setClick(on);
+    std::vector<float> out(static_cast<size_t>(expected.back() + 2000)), right(1000);
+    for (size_t at = 0; at < out.size(); at += 1000) {
+      engine.process(out.data() + at, right.data(), static_cast<int>(std::min<size_t>(1000, out.size() - at)));
+    }
+    // Onsets: audible frames after at least 0.1 s of silence.
+    std::vector<int64_t> onsets;
+    int64_t silent = 4800;
+    for (size_t i = 0; i < out.size(); ++i) {
+      if (out[i] != 0 && silent >= 4800) onsets.push_back(static_cast<int64_t>(i));
+      silent = out[i] == 0 ? silent + 1 : 0;
+    }
+    EXPECT_EQ(onsets, on ? expected : std::vector<int64_t>{});
+  }
 }
 
 TEST_F(RPlaybackEngineTest, AnAudioEventStartsWithTheRightSampleAndFadesAsItsCurvesSay) {

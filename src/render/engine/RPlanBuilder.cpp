@@ -19,6 +19,7 @@
 #include "model/tree/MRoot.h"
 #include "model/tree/MTrackEvent.h"
 #include "model/tree/MTrackList.h"
+#include "render/RMetronome.h"
 
 namespace vantor {
 
@@ -273,6 +274,7 @@ bool buildPlaybackPlan(const PDocument& document, const RPlanOptions& options, R
       plan->rightLocator = map.frame(transport->getRightLocator());
     }
   }
+  plan->clicks = metronomeClicks(*project, plan->sampleRate, std::max(plan->end, plan->rightLocator));
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "render/RMetronome.h"
 #include "render/engine/RFadeCurve.h"
 
 namespace vantor {
@@ -47,11 +48,14 @@ struct RPlaybackEngine::State {
   size_t nextSegment = 0;
   std::vector<uint32_t> active;  // sounding segments, in plan order (so sums do not depend on blocks)
   std::vector<float> segmentBuffer;
+  std::unique_ptr<RMetronome> metronome;
+  size_t nextClick = 0;
   std::atomic<bool> click{false};
   std::atomic<uint64_t> missed{0};
 
   void mixSegment(uint32_t index, int64_t blockStart, int frames);
   void renderInstrument(TrackState& track, int64_t blockStart, int frames);
+  void renderClicks(float* left, float* right, int64_t blockStart, int frames);
 };
 
 void RPlaybackEngine::State::mixSegment(uint32_t index, int64_t blockStart, int frames) {
@@ -109,6 +113,23 @@ void RPlaybackEngine::State::renderInstrument(TrackState& track, int64_t blockSt
   track.hasStereo = true;
 }
 
+void RPlaybackEngine::State::renderClicks(float* left, float* right, int64_t blockStart, int frames) {
+  const int64_t end = blockStart + frames;
+  int64_t cursor = blockStart;
+  const bool on = click.load(std::memory_order_relaxed);
+  while (nextClick < plan->clicks.size() && plan->clicks[nextClick].frame < end) {
+    const RClick& c = plan->clicks[nextClick++];
+    if (c.frame > cursor) {
+      const auto at = static_cast<size_t>(cursor - blockStart);
+      metronome->render(left + at, right + at, static_cast<int>(c.frame - cursor));
+      cursor = c.frame;
+    }
+    if (on) metronome->trigger(c.accent);
+  }
+  const auto at = static_cast<size_t>(cursor - blockStart);
+  metronome->render(left + at, right + at, static_cast<int>(end - cursor));
+}
+
 RPlaybackEngine::RPlaybackEngine() : state_(std::make_unique<State>()) {}
 
 RPlaybackEngine::~RPlaybackEngine() = default;
@@ -144,6 +165,7 @@ bool RPlaybackEngine::prepare(std::shared_ptr<const RPlaybackPlan> plan, RSegmen
     }
   }
   s.active.reserve(s.plan->segments.size());
+  s.metronome = std::make_unique<RMetronome>(s.plan->sampleRate);
   s.click.store(state_->click.load());
   state_ = std::move(next);
   locate(0);
@@ -169,6 +191,11 @@ void RPlaybackEngine::locate(int64_t frame) noexcept {
                              [&](uint32_t m) { return s.plan->midi[m].frame < frame; }) -
         track.midi.begin());
   }
+  const auto& clicks = s.plan->clicks;
+  s.nextClick = static_cast<size_t>(
+      std::partition_point(clicks.begin(), clicks.end(), [frame](const RClick& c) { return c.frame < frame; }) -
+      clicks.begin());
+  if (s.metronome) s.metronome->reset();
   if (s.source != nullptr) s.source->locate(frame);
 }
 
@@ -227,6 +254,7 @@ void RPlaybackEngine::process(float* left, float* right, int frames) noexcept {
       }
     }
   }
+  s.renderClicks(left, right, start, frames);
   s.position = end;
 }
 

@@ -11,6 +11,7 @@
 namespace vantor {
 
 class PDocument;
+class RInstrumentFactory;
 
 struct RRenderSettings {
   int64_t from = 0;        // first frame, at the project's rate
@@ -38,6 +39,13 @@ struct RRenderResult {
 [[nodiscard]] bool renderProject(PDocument& document, const std::filesystem::path& path,
                                  const RRenderSettings& settings, RRenderResult* result,
                                  std::string* error,
+                                 const std::function<bool(double)>& progress = {});
+
+// The same with instruments from `factory` (RStandardInstrumentFactory
+// above); `settings.soundFont` is then a file or "" and is not resolved.
+[[nodiscard]] bool renderProject(PDocument& document, const std::filesystem::path& path,
+                                 const RRenderSettings& settings, const RInstrumentFactory& factory,
+                                 RRenderResult* result, std::string* error,
                                  const std::function<bool(double)>& progress = {});
 
 }  // namespace vantor
