@@ -94,6 +94,18 @@ bool RStreamedSegmentSource::waitUntilReady(std::chrono::milliseconds timeout) c
   }
 }
 
+bool RStreamedSegmentSource::waitUntilFilled(std::chrono::milliseconds timeout) const {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  // The pass under way when called may have begun before the last advance:
+  // wait for the one after it.
+  const uint64_t seen = idlePasses_.load(std::memory_order_acquire);
+  while (idlePasses_.load(std::memory_order_acquire) < seen + 2) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  }
+  return true;
+}
+
 std::string RStreamedSegmentSource::diskError() const {
   std::lock_guard<std::mutex> lock(errorMutex_);
   return error_;
@@ -185,6 +197,7 @@ void RStreamedSegmentSource::runDisk() {
       if (readyGeneration_.load(std::memory_order_relaxed) != generation) {
         readyGeneration_.store(generation, std::memory_order_release);
       }
+      idlePasses_.fetch_add(1, std::memory_order_release);
       // Two milliseconds: well inside a period of 256 frames, and the rings
       // hold seconds.
       std::this_thread::sleep_for(std::chrono::milliseconds(2));

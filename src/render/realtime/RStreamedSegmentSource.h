@@ -61,6 +61,10 @@ class RStreamedSegmentSource : public RSegmentSource {
   // The preroll: waits until the disk thread has filled the buffers for the
   // last posted position (up to `timeout`); false when it has not.
   [[nodiscard]] bool waitUntilReady(std::chrono::milliseconds timeout) const;
+  // Waits until the disk thread has read all it can (a pass that found
+  // nothing to read, begun after this call); false after `timeout`. For a
+  // consumer faster than real time: tests and benchmarks.
+  [[nodiscard]] bool waitUntilFilled(std::chrono::milliseconds timeout) const;
   // How many rings were allocated.
   size_t bufferCount() const noexcept { return slots_.size(); }
   // The first read failure of the disk thread ("" when none): a clip that
@@ -99,6 +103,7 @@ class RStreamedSegmentSource : public RSegmentSource {
   std::atomic<uint64_t> posted_{0};
   std::atomic<int64_t> origin_{0};
   std::atomic<uint32_t> readyGeneration_{UINT32_MAX};
+  std::atomic<uint64_t> idlePasses_{0};
   // Odd while the audio thread is inside read().
   std::atomic<uint64_t> readers_{0};
   std::atomic<bool> quit_{false};
