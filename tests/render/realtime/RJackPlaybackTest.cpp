@@ -79,7 +79,7 @@ class RJackPlaybackTest : public test::RenderTest {
     addAudioEvent(addTrack("Audio", "Count"), clip, 0, 0, 96000);
     addNotes(addTrack("MIDI", "Keys"), 0, 3840, {0, 240, 480, 600, 960, 1440, 1920, 2400}, 200, 100);
     auto p = plan();
-    p->leftLocator = 24000;   // 0.5 s
+    p->leftLocator = 28800;   // 0.6 s
     p->rightLocator = 38400;  // 0.8 s
     return p;
   }
@@ -171,7 +171,7 @@ TEST_F(RJackPlaybackTest, LocatesWhilePlaying) {
   EXPECT_EQ(rig.target->underruns(), 0u);
 }
 
-// The cycle: from 0.2 s to the right locator, then the locators' range
+// The cycle: from 0.4 s to the right locator, then the locators' range
 // twice, each pass the offline render of the range from the left locator,
 // joined without a gap.
 TEST_F(RJackPlaybackTest, TheCycleRepeatsTheLocatorsRangeExactly) {
@@ -181,11 +181,11 @@ TEST_F(RJackPlaybackTest, TheCycleRepeatsTheLocatorsRangeExactly) {
   Rig rig(server, p, true);
   ASSERT_TRUE(rig.ready);
   rig.transport->setLoopLimit(2);
-  rig.transport->locate(9600);
+  rig.transport->locate(19200);
   rig.transport->play();
   const test::Stereo heard = rig.playToTheEnd();
   const size_t start = firstSound(heard.left);
-  const test::Stereo first = offline(p, 9600, p->rightLocator - 9600);
+  const test::Stereo first = offline(p, 19200, p->rightLocator - 19200);
   const test::Stereo loop = offline(p, p->leftLocator, p->rightLocator - p->leftLocator);
   expectSpan(heard, start, first, "the first pass");
   expectSpan(heard, start + first.left.size(), loop, "the second pass");
