@@ -46,8 +46,9 @@ OptionReference describeOption(const CLI::Option& option) {
 // Options of app and of its option groups (nameless subcommands, such as
 // "at most one of these"), positionals first.
 void collectOptions(const CLI::App& app, const CLI::App& owner, bool positionals, CommandReference* command) {
-  const auto shown = [&owner](const CLI::Option* option) {
-    return !option->get_group().empty() && option != owner.get_help_ptr();
+  // An option group is an App of its own, with its own help flag.
+  const auto shown = [&app, &owner](const CLI::Option* option) {
+    return !option->get_group().empty() && option != owner.get_help_ptr() && option != app.get_help_ptr();
   };
   for (const CLI::Option* option : app.get_options(shown)) {
     if (option->nonpositional() != positionals) command->options.push_back(describeOption(*option));
