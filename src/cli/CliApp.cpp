@@ -100,9 +100,9 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::ist
          "--pref", [&context](const std::vector<std::string>& settings) { overrideSettings(context, settings); },
          "Override a setting for this run: KEY=VALUE")
       ->trigger_on_parse();
-  app.set_version_flag("--version", std::string("vantor ") + kVersionNumber + " (project file revision " +
-                                        std::to_string(kProjectFileRevision) + ")",
-                       "Show the version and the project-file revision it writes");
+  const std::string version =
+      std::string("vantor ") + kVersionNumber + " (project file revision " + std::to_string(kProjectFileRevision) + ")";
+  app.set_version_flag("--version", version, "Show the version and the project-file revision it writes");
   addReferenceOptions(app, out);
   int exitCode = kExitOk;
   addDumpCommand(app, context, &exitCode);

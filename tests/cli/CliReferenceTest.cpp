@@ -73,7 +73,8 @@ TEST(CliReference, ManPageAndReadmeNameEveryShellVerb) {
   const std::string readme = slurp(std::string(VANTOR_SOURCE_DIR) + "/README.md");
 
   // `help` lists each verb as "  name usage" over "      summary".
-  const std::set<std::string> verbs = matches(help.out, std::regex(R"((?:^|\n)  ([a-z-]+(?: [a-z-]+)?)(?: [^\n]*)?\n      )"));
+  const std::set<std::string> verbs =
+      matches(help.out, std::regex(R"((?:^|\n)  ([a-z-]+(?: [a-z-]+)?)(?: [^\n]*)?\n      )"));
   EXPECT_GT(verbs.size(), 40u);
   for (const std::string& verb : verbs) {
     const std::string roff = cli::roffText(verb);
@@ -87,10 +88,8 @@ TEST(CliReference, RoffTextShowsEveryCharacterLiterally) {
     const char* text;
     const char* roff;
   } cases[] = {
-      {"--tempo", "\\-\\-tempo"},
-      {".vpr files", "\\&.vpr files"},  // a leading dot would be a request
-      {"'quoted'", "\\&'quoted'"},
-      {"a\\b", "a\\eb"},
+      {"--tempo", "\\-\\-tempo"},  {".vpr files", "\\&.vpr files"},  // a leading dot would be a request
+      {"'quoted'", "\\&'quoted'"}, {"a\\b", "a\\eb"},
       {"1:02.250", "1:02.250"},
   };
   for (const Case& c : cases) EXPECT_EQ(cli::roffText(c.text), c.roff) << c.text;

@@ -23,7 +23,9 @@ namespace {
 
 class PrintedMessages : public vantor::FUserMessages {
  public:
-  void report(Severity, std::string_view text) override { std::fprintf(stderr, "%.*s\n", int(text.size()), text.data()); }
+  void report(Severity, std::string_view text) override {
+    std::fprintf(stderr, "%.*s\n", int(text.size()), text.data());
+  }
   int ask(std::string_view, const std::vector<std::string>&, int defaultChoice) override { return defaultChoice; }
 };
 
