@@ -51,7 +51,9 @@ struct CliReference {
 };
 
 // Reads app after all its subcommands were added. Hidden options (those
-// without a group) and --help are left out.
+// without a group) and --help are left out; options of option groups count
+// as their subcommand's. Initialises the document layer (for the verbs and
+// the settings the layers declare).
 CliReference describeCli(const CLI::App& app);
 
 // Adds the hidden options that print the man page (--man-page TEMPLATE) and
