@@ -87,6 +87,8 @@ function(_vantor_write_pkg_config layers prefixes threads)
     list(APPEND requires ${modules})
   endforeach()
   list(JOIN requires " " VANTOR_PC_REQUIRES)
+  # pkg_check_modules takes "fluidsynth>=2.0"; a .pc file needs the blanks.
+  string(REGEX REPLACE " *([<>=!]+) *" " \\1 " VANTOR_PC_REQUIRES "${VANTOR_PC_REQUIRES}")
 
   # Static archives: the layer above comes first on the link line.
   set(libs "-L\${libdir}")
