@@ -20,6 +20,8 @@
 #include "document/PDocumentInit.h"
 #include "document/PPreferences.h"
 #include "foundation/FUserMessages.h"
+#include "midi/events/MMidiMessage.h"
+#include "model/tree/MTrackList.h"
 #include "model/tree/MPartEvent.h"
 #include "model/tree/MProject.h"
 
@@ -150,6 +152,49 @@ TEST_F(CliRender, RefusalsExitWithTheirStatusAndLeaveTheTarget) {
   EXPECT_EQ(missing.status, 1);
   EXPECT_NE(missing.err.find("An audio clip cannot be read"), std::string::npos) << missing.err;
   EXPECT_TRUE(slurp(out) == "the old mix");
+}
+
+TEST_F(CliRender, MidiTracksSoundThroughEitherInstrumentAndTheClickIsMixedIn) {
+  {
+    // A MIDI track with one note at bar 1 for a beat.
+    FCapturedMessages messages;
+    PPreferences prefs;
+    PDocument doc(messages, prefs);
+    ASSERT_TRUE(doc.open(project));
+    FRef<MTrackEvent> track = MProject::createTrack("MIDI", "Keys");
+    MTrackEvent* keys = track.get();
+    ASSERT_TRUE(doc.project()->addTrack(std::move(track)));
+    FRef<MPartEvent> part = keys->createPart();
+    part->setName("Riff");
+    part->setStart(0);
+    part->setLength(1920);
+    FRef<MMidiEvent> note = makeMidiEvent(0x90, 72, 110);
+    note->setStart(0);
+    note->setLength(480);
+    static_cast<MPartNode*>(part->getNode())->list().insert(note);
+    ASSERT_TRUE(doc.project()->addPart(keys, std::move(part)));
+    // The audio track is muted: only the instrument (and the click) sound.
+    doc.project()->getTrackList()->at(0)->setFlag(MEventFlag::kMuted, true);
+    doc.markModified();
+    ASSERT_TRUE(doc.save());
+  }
+  const std::string out = (dir / "keys.wav").string();
+  const auto peakOf = [&](std::vector<std::string> extra) {
+    std::vector<std::string> args = {"render", project, "-o", out, "--json"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    const auto run = runVantor(args);
+    EXPECT_EQ(run.status, 0) << run.err;
+    const auto json = nlohmann::json::parse(run.out.empty() ? "{}" : run.out);
+    return json.value("peakDb", nlohmann::json()).is_null() ? -1000.0 : json.at("peakDb").get<double>();
+  };
+  EXPECT_GT(peakOf({"--to", "1.3.1.0"}), -40);
+  EXPECT_GT(peakOf({"--to", "1.3.1.0", "--soundfont", "default"}), -40);
+  // After the note's release the built-in instrument is silent; the click is not.
+  EXPECT_EQ(peakOf({"--from", "3.1.1.0", "--to", "4.1.1.0"}), -1000.0);
+  EXPECT_GT(peakOf({"--from", "3.1.1.0", "--to", "4.1.1.0", "--click"}), -20);
+  const auto broken = runVantor({"render", project, "-o", out, "--soundfont", (dir / "none.sf2").string()});
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_FALSE(broken.err.empty());
 }
 
 }  // namespace
