@@ -3,7 +3,9 @@
 // server (dummy backend, 256-frame periods) into a capture client, against
 // the offline render of the same range: the engine over the direct segment
 // source in blocks of 4096. They must agree sample for sample, with no
-// underrun.
+// underrun. The offline renders are made before the client: their source
+// and the disk thread would both copy the plan's segments, whose clips
+// count their references without atomics.
 
 #include <gtest/gtest.h>
 
@@ -126,6 +128,7 @@ TEST_F(RJackPlaybackTest, PlaysARangeAsTheOfflineRenderDoes) {
   test::JackTestServer server;
   if (!server.running()) GTEST_SKIP() << server.skipReason();
   const auto p = mixedPlan();
+  const test::Stereo expected = offline(p, 12000, 43200 - 12000);
   Rig rig(server, p, false);
   ASSERT_TRUE(rig.ready);
   rig.transport->setEnd(43200);
@@ -133,7 +136,7 @@ TEST_F(RJackPlaybackTest, PlaysARangeAsTheOfflineRenderDoes) {
   rig.transport->play();
   const test::Stereo heard = rig.playToTheEnd();
   const size_t start = firstSound(heard.left);
-  expectSpan(heard, start, offline(p, 12000, 43200 - 12000), "the range");
+  expectSpan(heard, start, expected, "the range");
   expectSilenceFrom(heard, start + (43200 - 12000));
   EXPECT_EQ(rig.target->underruns(), 0u);
   EXPECT_EQ(rig.source->diskError(), "");
@@ -145,6 +148,8 @@ TEST_F(RJackPlaybackTest, LocatesWhilePlaying) {
   test::JackTestServer server;
   if (!server.running()) GTEST_SKIP() << server.skipReason();
   const auto p = mixedPlan();
+  const test::Stereo before = offline(p, 4800, 60000 - 4800);
+  const test::Stereo after = offline(p, 60000, 72000 - 60000);
   Rig rig(server, p, false);
   ASSERT_TRUE(rig.ready);
   rig.transport->setEnd(72000);
@@ -158,7 +163,6 @@ TEST_F(RJackPlaybackTest, LocatesWhilePlaying) {
   const test::Stereo heard = rig.playToTheEnd();
 
   const size_t start = firstSound(heard.left);
-  const test::Stereo before = offline(p, 4800, 60000 - 4800);
   size_t played = 0;  // how far the first stretch matches
   while (start + played < heard.left.size() && played < before.left.size() &&
          heard.left[start + played] == before.left[played] && heard.right[start + played] == before.right[played]) {
@@ -166,7 +170,7 @@ TEST_F(RJackPlaybackTest, LocatesWhilePlaying) {
   }
   EXPECT_GE(played, 9600u);
   const size_t resumed = firstSound(heard.left, start + played);
-  expectSpan(heard, resumed, offline(p, 60000, 72000 - 60000), "after the locate");
+  expectSpan(heard, resumed, after, "after the locate");
   expectSilenceFrom(heard, resumed + (72000 - 60000));
   EXPECT_EQ(rig.target->underruns(), 0u);
 }
@@ -178,6 +182,8 @@ TEST_F(RJackPlaybackTest, TheCycleRepeatsTheLocatorsRangeExactly) {
   test::JackTestServer server;
   if (!server.running()) GTEST_SKIP() << server.skipReason();
   const auto p = mixedPlan();
+  const test::Stereo first = offline(p, 19200, p->rightLocator - 19200);
+  const test::Stereo loop = offline(p, p->leftLocator, p->rightLocator - p->leftLocator);
   Rig rig(server, p, true);
   ASSERT_TRUE(rig.ready);
   rig.transport->setLoopLimit(2);
@@ -185,8 +191,6 @@ TEST_F(RJackPlaybackTest, TheCycleRepeatsTheLocatorsRangeExactly) {
   rig.transport->play();
   const test::Stereo heard = rig.playToTheEnd();
   const size_t start = firstSound(heard.left);
-  const test::Stereo first = offline(p, 19200, p->rightLocator - 19200);
-  const test::Stereo loop = offline(p, p->leftLocator, p->rightLocator - p->leftLocator);
   expectSpan(heard, start, first, "the first pass");
   expectSpan(heard, start + first.left.size(), loop, "the second pass");
   expectSpan(heard, start + first.left.size() + loop.left.size(), loop, "the third pass");
