@@ -287,6 +287,10 @@ int runPlay(CliContext& context, const Options& options) {
     context.err << "The JACK server shut down.\n";
     return kExitDataError;
   }
+  // A clip that could not be read played as silence: say which.
+  if (const std::string disk = playback.source->diskError(); !disk.empty()) {
+    context.messages.report(FUserMessages::Severity::kWarning, disk);
+  }
   const int sampleRate = playback.client->sampleRate();
   const int bufferSize = playback.client->bufferSize();
   playback.client.reset();
