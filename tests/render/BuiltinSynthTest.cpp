@@ -195,6 +195,33 @@ TEST(BuiltinSynth, RandomSplitsRenderTheSameSamples) {
   EXPECT_EQ(again.left, reference.left);
 }
 
+TEST(BuiltinSynth, AStolenVoiceFadesInsteadOfJumping) {
+  // A voice playing a loud low saw is taken for a new note. The steepest
+  // step the note makes on its own is its attack's; the cut-off note would
+  // step by its whole level (about 0.25) without the fade.
+  const synth::ChannelMix mix;
+  synth::RSynthVoice voice;
+  std::vector<float> left(9600, 0.0f), right(9600, 0.0f);
+  voice.startNote(synth::timbreForProgram(80), 0, 40, 127, kRate, 1, 1, mix);
+  voice.render(left.data(), right.data(), 4800, mix);
+  float before = 0.0f;
+  for (size_t i = 1; i < 4800; ++i) before = std::max(before, std::fabs(left[i] - left[i - 1]));
+  float worst = 0.0f;
+  for (int attempt = 0; attempt < 8; ++attempt) {
+    // Steal at several points of the waveform.
+    std::fill(left.begin(), left.end(), 0.0f);
+    synth::RSynthVoice v;
+    v.startNote(synth::timbreForProgram(80), 0, 40, 127, kRate, 1, 1, mix);
+    v.render(left.data(), right.data(), 4800 + 37 * attempt, mix);
+    v.startNote(synth::timbreForProgram(0), 0, 90, 100, kRate, 2, 2, mix);
+    v.render(left.data() + 4800 + 37 * attempt, right.data(), 480, mix);
+    const size_t at = 4800 + 37 * attempt;
+    worst = std::max(worst, std::fabs(left[at] - left[at - 1]));
+  }
+  EXPECT_GT(peak(left, 0, 4800), 0.2f);
+  EXPECT_LT(worst, std::max(0.05f, 1.5f * before));
+}
+
 TEST(BuiltinSynth, FactoryMakesItAndItAddsToTheBuffer) {
   std::string error;
   std::unique_ptr<RInstrument> made = RStandardInstrumentFactory().create({}, kRate, &error);

@@ -22,6 +22,8 @@ constexpr float kSemitoneSlope = 0.057762f;
 // The metallic partials of a cymbal, relative to the lowest: the ratios of
 // six square oscillators in classic analogue drum machines.
 constexpr float kMetalRatios[6] = {1.0f, 1.4827f, 1.8003f, 2.5460f, 2.6303f, 3.8967f};
+// A stolen voice's last output fades with this time constant.
+constexpr float kDeclickSeconds = 0.0003f;
 constexpr float kClapBurstSeconds = 0.010f;
 constexpr float kClapBurstDecay = 0.003f;
 
@@ -31,6 +33,10 @@ float wrap(float phase) { return phase - std::floor(phase); }
 
 void RSynthVoice::startCommon(int channel, int note, int velocity, float sampleRate, uint32_t seed, uint64_t stamp,
                               const ChannelMix& mix, float pan) {
+  residualLeft_ = active_ ? lastLeft_ : 0.0f;
+  residualRight_ = active_ ? lastRight_ : 0.0f;
+  lastLeft_ = lastRight_ = 0.0f;
+  declick_ = decayFactor(kDeclickSeconds, sampleRate);
   active_ = true;
   sustained_ = false;
   channel_ = channel;
@@ -205,8 +211,12 @@ void RSynthVoice::render(float* left, float* right, int frames, const ChannelMix
     const float s = (drum_ ? drumSample() : melodicSample(mix)) * velocityGain_;
     gainLeft_ += (targetLeft - gainLeft_) * smoothing_;
     gainRight_ += (targetRight - gainRight_) * smoothing_;
-    left[i] += s * gainLeft_;
-    right[i] += s * gainRight_;
+    lastLeft_ = s * gainLeft_ + residualLeft_;
+    lastRight_ = s * gainRight_ + residualRight_;
+    residualLeft_ *= declick_;
+    residualRight_ *= declick_;
+    left[i] += lastLeft_;
+    right[i] += lastRight_;
     ++age_;
     const bool over = drum_ ? (toneLevel_ == 0.0f && noiseLevel_ == 0.0f) || fade_ < kSilent : envelope_.done();
     if (over) {
