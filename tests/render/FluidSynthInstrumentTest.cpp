@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "document/DocumentTestSupport.h"
@@ -105,6 +107,23 @@ TEST_F(FluidSynthInstrumentTest, TracksShareOneLoadOfTheSoundFont) {
   ASSERT_TRUE(RSharedSoundFont::acquire(kSoundFont));
   std::unique_ptr<RInstrument> synth = makeInstrument(kSoundFont);
   EXPECT_GT(peak(renderTimed(*synth, {{0, 0x90, 60, 100}}, 4800).left), 0.01f);
+}
+
+TEST_F(FluidSynthInstrumentTest, InstrumentsComeAndGoOnSeveralThreads) {
+  // Engines prepare on their own threads: the shared loads must hold up.
+  std::vector<std::thread> threads;
+  std::atomic<int> made{0};
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&made] {
+      for (int i = 0; i < 3; ++i) {
+        std::unique_ptr<RInstrument> a = makeInstrument(kSoundFont);
+        std::unique_ptr<RInstrument> b = makeInstrument(kSoundFont);
+        if (a && b) ++made;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(made.load(), 12);
 }
 
 TEST(FluidSynthInstrument, AFileThatIsNoSoundFontGivesTheMessage) {

@@ -25,6 +25,8 @@ constexpr float kMetalRatios[6] = {1.0f, 1.4827f, 1.8003f, 2.5460f, 2.6303f, 3.8
 // A stolen voice's last output fades with this time constant.
 constexpr float kDeclickSeconds = 0.0003f;
 constexpr float kClapBurstSeconds = 0.010f;
+// The strike noise of a piano's hammer or a plucked string: a few ms.
+constexpr float kStrikeSeconds = 0.004f;
 constexpr float kClapBurstDecay = 0.003f;
 
 float wrap(float phase) { return phase - std::floor(phase); }
@@ -75,6 +77,8 @@ void RSynthVoice::startNote(const Timbre& timbre, int channel, int note, int vel
   cutoffFactor_ = decayFactor(timbre.cutoffDecay, sampleRate);
   fmDepth_ = timbre.fmIndex * brightness_;
   fmFactor_ = decayFactor(timbre.fmDecay, sampleRate);
+  strikeLevel_ = timbre.strike * brightness_;
+  strikeFactor_ = decayFactor(kStrikeSeconds, sampleRate);
   vibratoStep_ = kVibratoHz / sampleRate;
   vibratoRamp_ = timbre.vibratoDelay > 0.0f ? 0.0f : 1.0f;
   vibratoRampStep_ = timbre.vibratoDelay > 0.0f ? 1.0f / (timbre.vibratoDelay * sampleRate) : 0.0f;
@@ -150,6 +154,10 @@ float RSynthVoice::melodicSample(const ChannelMix& mix) {
   float x = wave(t.wave1, phase1_, currentDt_, fmDepth_);
   if (t.mix2 > 0.0f) x += t.mix2 * wave(t.wave2, phase2_, std::fmin(currentDt_ * t.ratio2, 0.45f), fmDepth_);
   if (t.noise > 0.0f) x += t.noise * noise_.next();
+  if (strikeLevel_ > kSilent) {
+    x += strikeLevel_ * noise_.next();
+    strikeLevel_ *= strikeFactor_;
+  }
   // Retuning costs a tangent: every 16 samples of the voice's own age is
   // often enough for envelopes of milliseconds and keeps block splits out.
   if ((age_ & 15u) == 0) retuneFilter();
@@ -178,7 +186,7 @@ float RSynthVoice::drumSample() {
     if (d.metal > 0.0f) {
       float metal = 0.0f;
       for (int i = 0; i < 6; ++i) {
-        metal += metalPhase_[i] < 0.5f ? 1.0f : -1.0f;
+        metal += square(metalPhase_[i], metalDt_[i]);
         advance(metalPhase_[i], metalDt_[i]);
       }
       source += d.metal * metal * (1.0f / 6.0f);

@@ -86,6 +86,7 @@ class RSynthVoice {
   float cutoffBoost_ = 0.0f, cutoffFactor_ = 0.0f;
   float fmDepth_ = 0.0f, fmFactor_ = 0.0f;
   float currentDt_ = 0.0f;
+  float strikeLevel_ = 0.0f, strikeFactor_ = 0.0f;
   Envelope envelope_;
 
   // Drum hits.
