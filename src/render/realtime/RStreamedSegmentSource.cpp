@@ -248,7 +248,9 @@ void RStreamedSegmentSource::assignWindow(int64_t played) {
   const int64_t windowEnd = played + ahead_;
   std::vector<Occurrence> wanted;
   int64_t lapStart = 0;  // unrolled
-  for (int lap = 0; lapStart < windowEnd; ++lap) {
+  // A loop shorter than the read-ahead repeats inside the window; beyond
+  // as many passes as there are rings none could be given one anyway.
+  for (int lap = 0; lapStart < windowEnd && lap < kMaxBuffers; ++lap) {
     const int64_t realStart = lap == 0 ? diskOrigin_ : plan.leftLocator;
     const int64_t realEnd = loops ? plan.rightLocator : kNever;
     const int64_t lapEnd = realEnd == kNever ? kNever : lapStart + (realEnd - realStart);
@@ -319,7 +321,7 @@ bool RStreamedSegmentSource::fillOnce() {
   const auto channels = static_cast<size_t>(target->channels);
   const int64_t room = static_cast<int64_t>(target->ring.writable() / channels);
   const int64_t frames = std::min({kChunkFrames, room, target->occurrence.endOffset - target->filledOffset});
-  const int64_t got = target->stream->read(scratch_.data(), frames);
+  const int64_t got = std::max<int64_t>(0, target->stream->read(scratch_.data(), frames));
   if (got < frames) {
     target->failed = true;
     noteError(target->stream->error());
