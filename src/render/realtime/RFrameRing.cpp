@@ -18,6 +18,7 @@ size_t RFrameRing::writable() const noexcept {
 size_t RFrameRing::write(const float* samples, size_t count) noexcept {
   const size_t written = writeIndex_.load(std::memory_order_relaxed);
   count = std::min(count, capacity_ - (written - readIndex_.load(std::memory_order_acquire)));
+  if (count == 0) return 0;  // `samples` may then be null, which memcpy refuses
   const size_t at = written % capacity_;
   const size_t first = std::min(count, capacity_ - at);
   std::memcpy(data_.get() + at, samples, first * sizeof(float));
@@ -33,7 +34,7 @@ size_t RFrameRing::readable() const noexcept {
 size_t RFrameRing::read(float* out, size_t count) noexcept {
   const size_t taken = readIndex_.load(std::memory_order_relaxed);
   count = std::min(count, writeIndex_.load(std::memory_order_acquire) - taken);
-  if (out != nullptr) {
+  if (out != nullptr && count > 0) {
     const size_t at = taken % capacity_;
     const size_t first = std::min(count, capacity_ - at);
     std::memcpy(out, data_.get() + at, first * sizeof(float));
