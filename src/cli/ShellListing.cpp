@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <ostream>
 
+#include "cli/MixerText.h"
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "midi/events/MMidiEvent.h"
@@ -90,7 +91,12 @@ bool listTracksVerb(ShellSession& s, const ShellArgs&) {
     } else {
       s.out() << "  " << eventsOf(t.getNode()).size() << " parts";
     }
+    // The mixer channel where it differs from the default (0 dB, centre).
+    if (t.hasAttribute(MTrackAttribute::kVolume))
+      s.out() << "  volume " << volumeText(t.getAttribute(MTrackAttribute::kVolume));
+    if (t.hasAttribute(MTrackAttribute::kPan)) s.out() << "  pan " << panText(t.getAttribute(MTrackAttribute::kPan));
     if (t.isMuted()) s.out() << "  muted";
+    if (t.isSolo()) s.out() << "  solo";
     if (t.getAttribute(MTrackAttribute::kColor) != 0) s.out() << "  color " << t.getAttribute(MTrackAttribute::kColor);
     s.out() << '\n';
   }
