@@ -8,6 +8,7 @@
 #include "cli/ClassesCommand.h"
 #include "cli/CliContext.h"
 #include "cli/ConvertCommand.h"
+#include "cli/RenderCommand.h"
 #include "cli/DetectSilenceCommand.h"
 #include "cli/DumpCommand.h"
 #include "cli/HistoryCommand.h"
@@ -106,6 +107,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::ist
   addMidiExportCommand(app, context, &exitCode);
   addMidiImportCommand(app, context, &exitCode);
   addConvertCommand(app, context, &exitCode);
+  addRenderCommand(app, context, &exitCode);
   addDetectSilenceCommand(app, context, &exitCode);
   addWaveformCommand(app, context, &exitCode);
   addPoolCommands(app, context, &exitCode);
