@@ -35,17 +35,27 @@ function(vantor_add_layer layer)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   if(sources)
     add_library(${target} STATIC ${sources})
-    target_link_libraries(${target} PRIVATE vantor_warnings)
+    # Warnings are for our own build; an installed library does not carry them.
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:vantor_warnings>)
     set(scope PUBLIC)
   else()
     add_library(${target} INTERFACE)
     set(scope INTERFACE)
   endif()
 
+  # Installed, the headers lie under include/vantor/<layer>/, so the same
+  # include lines ("model/tree/MEvent.h") work from include/vantor.
   vantor_layer_include_dir(${layer} include_dir)
-  target_include_directories(${target} ${scope} "${include_dir}")
+  target_include_directories(${target} ${scope}
+    "$<BUILD_INTERFACE:${include_dir}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vantor>")
   target_compile_features(${target} ${scope} cxx_std_20)
   target_link_libraries(${target} ${scope} ${deps})
+
+  # Every layer is installed and exported as Vantor::<layer>
+  # (cmake/VantorInstall.cmake), in the order the layers were added.
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${layer})
+  add_library(Vantor::${layer} ALIAS ${target})
+  set_property(GLOBAL APPEND PROPERTY VANTOR_LIBRARY_LAYERS ${layer})
 endfunction()
 
 # The highest library layer that exists: what tools, benchmarks and fuzz

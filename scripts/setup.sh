@@ -15,6 +15,7 @@ packages=(
   sox libaudiofile-dev
   libfluidsynth-dev timgm6mb-soundfont libebur128-dev
   libjack-jackd2-dev jackd2
+  dpkg-dev file man-db
 )
 
 missing=()

@@ -7,6 +7,7 @@
 
 #include "cli/ClassesCommand.h"
 #include "cli/CliContext.h"
+#include "cli/CliReference.h"
 #include "cli/ConvertCommand.h"
 #include "cli/DemoCommand.h"
 #include "cli/RenderCommand.h"
@@ -22,6 +23,7 @@
 #include "cli/ShellCommand.h"
 #include "cli/WaveformCommand.h"
 #include "document/PDocumentInit.h"
+#include "document/PVersion.h"
 #include "model/undo/GUndoManager.h"
 
 namespace vantor::cli {
@@ -54,21 +56,22 @@ void overrideSettings(CliContext& context, const std::vector<std::string>& setti
 
 // The first word that is neither an option nor an option's value: where a
 // subcommand belongs.
-std::string firstWord(int argc, char** argv) {
+std::string firstWord(const CLI::App& app, int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
-    if (arg == "--pref") {
-      ++i;
-    } else if (arg.empty() || arg[0] != '-') {
-      return arg;
-    }
+    if (arg.empty() || arg[0] != '-') return arg;
+    const CLI::Option* option = app.get_option_no_throw(arg);
+    if (option != nullptr && option->get_expected_max() > 0) ++i;  // its value
   }
   return {};
 }
 
 // A missing or unknown subcommand is named as such, with the list to pick from.
-bool reportSubcommand(const CLI::App& app, int argc, char** argv, std::ostream& err) {
-  const std::string word = firstWord(argc, argv);
+// Where no word names a subcommand, a refused option value (--pref) is
+// the error to show instead.
+bool reportSubcommand(const CLI::App& app, int argc, char** argv, bool refusedValue, std::ostream& err) {
+  const std::string word = firstWord(app, argc, argv);
+  if (word.empty() && refusedValue) return false;
   std::vector<std::string> names;
   for (const CLI::App* sub : app.get_subcommands({})) {
     if (sub->get_name() == word) return false;
@@ -99,6 +102,10 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::ist
          "--pref", [&context](const std::vector<std::string>& settings) { overrideSettings(context, settings); },
          "Override a setting for this run: KEY=VALUE")
       ->trigger_on_parse();
+  const std::string version =
+      std::string("vantor ") + kVersionNumber + " (project file revision " + std::to_string(kProjectFileRevision) + ")";
+  app.set_version_flag("--version", version, "Show the version and the project-file revision it writes");
+  addReferenceOptions(app, out);
   int exitCode = kExitOk;
   addDumpCommand(app, context, &exitCode);
   addClassesCommand(app, context, &exitCode);
@@ -121,7 +128,8 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::ist
     // --help is a "parse error" that exits with 0 after printing the help of
     // the subcommand it was given to. Every malformed argument exits with 2.
     if (e.get_exit_code() == 0) return app.exit(e, out, err) == 0 ? kExitOk : kExitUsage;
-    if (app.get_subcommands().empty() && reportSubcommand(app, argc, argv, err)) return kExitUsage;
+    const bool refusedValue = dynamic_cast<const CLI::ValidationError*>(&e) != nullptr;
+    if (app.get_subcommands().empty() && reportSubcommand(app, argc, argv, refusedValue, err)) return kExitUsage;
     (void)app.exit(e, out, err);
     return kExitUsage;
   }

@@ -10,6 +10,12 @@
 #ifdef VANTOR_PROJECT_VERSION
 static_assert(std::string_view(vantor::kVersionNumber) == VANTOR_PROJECT_VERSION,
               "kVersionNumber in document/PVersion.h differs from the project version in CMakeLists.txt");
+namespace {
+constexpr int kProjectVersionParts[] = {VANTOR_PROJECT_VERSION_PARTS};
+}
+static_assert(vantor::kVersionMajor == kProjectVersionParts[0] && vantor::kVersionMinor == kProjectVersionParts[1] &&
+                  vantor::kVersionPatch == kProjectVersionParts[2],
+              "kVersionMajor, kVersionMinor and kVersionPatch in document/PVersion.h differ from the project version");
 #endif
 
 namespace vantor {
