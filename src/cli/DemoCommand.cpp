@@ -52,11 +52,15 @@ struct DemoFiles {
   std::vector<fs::path> all() const { return {project, render, picture, voice}; }
 };
 
-// Removes, on a failure, the files this run made where there were none.
+// Removes, on a failure, the files (and the voice's folder) this run made
+// where there were none.
 class MadeFiles {
  public:
   explicit MadeFiles(const DemoFiles& files) {
-    for (const fs::path& path : files.all()) {
+    // The voice's folder last: it goes only when empty.
+    std::vector<fs::path> paths = files.all();
+    paths.push_back(files.voice.parent_path());
+    for (const fs::path& path : paths) {
       std::error_code ec;
       if (!fs::exists(path, ec)) fresh_.push_back(path);
     }
@@ -162,7 +166,8 @@ void printReport(CliContext& context, const PDocument& document, const DemoFiles
   printProject(context.out, document);
   char length[64];
   std::snprintf(length, sizeof length, "%.3f s", seconds);
-  context.out << "\n" << summary.notes << " MIDI notes played in by hand, " << summary.quantized
+  context.out << "\n"
+              << summary.notes << " MIDI notes played in by hand, " << summary.quantized
               << " of them quantized to 1/16; " << summary.stretches << " stretches of sound kept in the voice\n"
               << "Render: " << length << " at " << render.sampleRate << " Hz, loudness " << level(render.loudnessLufs)
               << " LUFS, peak " << level(render.peakDb) << " dBFS\n\nFiles:\n  project  " << files.project.string()

@@ -57,8 +57,8 @@ const char* const kSetUpLines[] = {
 };
 
 const char* const kMixLines[] = {
-    "track volume Drums -3dB", "track volume Bass -4dB", "track pan Bass L10",     "track volume Chords -9dB",
-    "track pan Chords R25",    "track volume Voice -5dB", "track pan Voice L20",   "autofade on --in 2 --out 2",
+    "track volume Drums -3dB", "track volume Bass -4dB",  "track pan Bass L10",  "track volume Chords -9dB",
+    "track pan Chords R25",    "track volume Voice -5dB", "track pan Voice L20", "autofade on --in 2 --out 2",
 };
 
 // The progression, a chord per bar: C, Am, F, G twice, then F and C in
@@ -73,7 +73,9 @@ constexpr Chord kProgression[kBars] = {
     {45, {57, 60, 64}}, {41, {57, 60, 65}}, {43, {55, 59, 62}}, {41, {57, 60, 65}}, {48, {55, 60, 64}},
 };
 
-int barStart(int bar) { return bar < kFourFourBars ? bar * 4 * kBeat : (kFourFourBars * 4 + (bar - kFourFourBars) * 3) * kBeat; }
+int barStart(int bar) {
+  return bar < kFourFourBars ? bar * 4 * kBeat : (kFourFourBars * 4 + (bar - kFourFourBars) * 3) * kBeat;
+}
 int beatsIn(int bar) { return bar < kFourFourBars ? 4 : 3; }
 
 // Places notes as a player would: up to 18 pulses early or late, and a
@@ -139,7 +141,8 @@ std::vector<FRef<MEvent>> bassNotes(Humanizer& human) {
     for (int beat = 0; beat < beats; ++beat) {
       notes.push_back(human.note(at + beat * kBeat, kBeat - kSixteenth, root, 96, 1));
     }
-    if (bar < kBars - 1) notes.push_back(human.note(at + beatsIn(bar) * kBeat - kBeat / 2, kSixteenth, root + 7, 80, 1));
+    if (bar < kBars - 1)
+      notes.push_back(human.note(at + beatsIn(bar) * kBeat - kBeat / 2, kSixteenth, root + 7, 80, 1));
   }
   return notes;
 }
@@ -176,8 +179,7 @@ bool fillPart(ShellSession& session, const std::string& track, std::vector<FRef<
   MTrackEvent* t = session.track(track);
   const std::vector<MEvent*> parts = t != nullptr ? eventsOf(t->getNode()) : std::vector<MEvent*>{};
   if (parts.empty() || parts.front()->getNode() == nullptr) return session.fail("the part of " + track + " is missing");
-  return session.perform(
-      makeRef<MInsertCommand>(FRef<MDataNode>::share(parts.front()->getNode()), std::move(events)));
+  return session.perform(makeRef<MInsertCommand>(FRef<MDataNode>::share(parts.front()->getNode()), std::move(events)));
 }
 
 bool placeNotes(ShellSession& session, DemoSummary* summary) {

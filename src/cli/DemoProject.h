@@ -24,9 +24,9 @@ inline constexpr double kDemoTailSeconds = 1.0;
 
 // What the build did, for the report.
 struct DemoSummary {
-  size_t notes = 0;       // MIDI notes placed
-  size_t quantized = 0;   // notes the quantize moved
-  size_t stretches = 0;   // stretches of sound found in the voice
+  size_t notes = 0;      // MIDI notes placed
+  size_t quantized = 0;  // notes the quantize moved
+  size_t stretches = 0;  // stretches of sound found in the voice
 };
 
 // Writes the voice: four sung-like tones of 1.2 s, one every 2 s, with

@@ -135,8 +135,7 @@ void addFadeVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"fade", "EVENT... [--in MS] [--out MS] [--curve linear|sine|sqrt|log|exp]",
                    "set the own fades of audio events (0 removes one; no longer than the event)", fadeEvents});
   verbs.push_back({"autofade", "[on|off] [--in MS] [--out MS] [--curve CURVE]",
-                   "show or set the project's automatic fades (a length turns its edge on; up to 1000 ms)",
-                   autoFades});
+                   "show or set the project's automatic fades (a length turns its edge on; up to 1000 ms)", autoFades});
 }
 
 }  // namespace vantor::cli

@@ -103,7 +103,7 @@ TEST(CliShell, MixerValuesInEveryFormReachTheProject) {
     const char* pan;
     int percent;
   };
-  const Form forms[] = {{"-6", -6, "-100", -100}, {"-6dB", -6, "L30", -30}, {"+3", 3, "R30", 30},
+  const Form forms[] = {{"-6", -6, "-100", -100}, {"-6dB", -6, "L30", -30},   {"+3", 3, "R30", 30},
                         {"off", -144, "C", 0},    {"0.5db", 0.5, "100", 100}, {"-0.125", -0.13, "l5", -5}};
   std::string script;
   for (size_t i = 0; i < std::size(forms); ++i) {

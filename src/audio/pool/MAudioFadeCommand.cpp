@@ -10,7 +10,8 @@ MAudioFadeCommand::MAudioFadeCommand(std::vector<FRef<MAudioEvent>> events, std:
                                      std::optional<MAudioFade> out)
     : setsIn_(in.has_value()), setsOut_(out.has_value()) {
   entries_.reserve(events.size());
-  for (auto& event : events) entries_.push_back({std::move(event), in.value_or(MAudioFade{}), out.value_or(MAudioFade{})});
+  for (auto& event : events)
+    entries_.push_back({std::move(event), in.value_or(MAudioFade{}), out.value_or(MAudioFade{})});
 }
 
 std::string MAudioFadeCommand::description() const {

@@ -31,8 +31,7 @@ class MAudioFadeCommand : public MExchangeCommand {
   VANTOR_CLASS(MAudioFadeCommand)
  public:
   MAudioFadeCommand() = default;
-  MAudioFadeCommand(std::vector<FRef<MAudioEvent>> events, std::optional<MAudioFade> in,
-                    std::optional<MAudioFade> out);
+  MAudioFadeCommand(std::vector<FRef<MAudioEvent>> events, std::optional<MAudioFade> in, std::optional<MAudioFade> out);
 
   std::string description() const override;
   bool unite(const MCommand& next) override;

@@ -196,7 +196,8 @@ class Generator {
         fades.setFadeInOn(chance(50));
         fades.setFadeOutLength(outside ? 1000.5 : 0.25 * below(400));
         fades.setFadeOutCurve(static_cast<MFadeCurve>(below(5)));
-        return FRef<MCommand>(new MAutoFadeCommand(FRef<MAutoFadeSetting>::share(project_.getAutoFadeSetting()), fades));
+        return FRef<MCommand>(
+            new MAutoFadeCommand(FRef<MAutoFadeSetting>::share(project_.getAutoFadeSetting()), fades));
       }
     }
   }
