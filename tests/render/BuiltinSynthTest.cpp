@@ -173,32 +173,6 @@ TEST(BuiltinSynth, SustainHoldsAndSoundOffSilencesAtOnce) {
   EXPECT_EQ(peak(out.left), 0.0f);
 }
 
-// Random messages of every kind the synthesizer follows, in frame order.
-std::vector<Timed> randomMessages(std::mt19937& random, int64_t frames, int count) {
-  std::vector<Timed> messages;
-  std::uniform_int_distribution<int64_t> at(0, frames - 1);
-  std::uniform_int_distribution<int> byte(0, 127), kind(0, 9), channel(0, 3);
-  for (int i = 0; i < count; ++i) {
-    const int ch = kind(random) < 3 ? 9 : channel(random);
-    const auto d1 = static_cast<uint8_t>(byte(random));
-    const auto d2 = static_cast<uint8_t>(byte(random));
-    static constexpr uint8_t kControllers[] = {1, 7, 10, 11, 64, 120, 121, 123};
-    Timed m{at(random), 0, d1, d2};
-    switch (kind(random)) {
-      case 0: case 1: case 2: case 3: m.status = 0x90; m.data1 = static_cast<uint8_t>(30 + d1 % 60); break;
-      case 4: case 5: m.status = 0x80; m.data1 = static_cast<uint8_t>(30 + d1 % 60); break;
-      case 6: m.status = 0xb0; m.data1 = kControllers[d1 % 8]; break;
-      case 7: m.status = 0xc0; break;
-      case 8: m.status = 0xe0; break;
-      default: m.status = 0xd0; break;
-    }
-    m.status = static_cast<uint8_t>(m.status | ch);
-    messages.push_back(m);
-  }
-  std::stable_sort(messages.begin(), messages.end(), [](const Timed& a, const Timed& b) { return a.frame < b.frame; });
-  return messages;
-}
-
 TEST(BuiltinSynth, RandomSplitsRenderTheSameSamples) {
   // 250 random messages in 1 s keep all 64 voices busy (stealing included).
   std::mt19937 random(11);
@@ -219,6 +193,33 @@ TEST(BuiltinSynth, RandomSplitsRenderTheSameSamples) {
   EXPECT_EQ(synth.activeVoices(), 0);
   const Stereo again = renderTimed(synth, messages, kFrames);
   EXPECT_EQ(again.left, reference.left);
+}
+
+TEST(BuiltinSynth, AStolenVoiceFadesInsteadOfJumping) {
+  // A voice playing a loud low saw is taken for a new note. The steepest
+  // step the note makes on its own is its attack's; the cut-off note would
+  // step by its whole level (about 0.25) without the fade.
+  const synth::ChannelMix mix;
+  synth::RSynthVoice voice;
+  std::vector<float> left(9600, 0.0f), right(9600, 0.0f);
+  voice.startNote(synth::timbreForProgram(80), 0, 40, 127, kRate, 1, 1, mix);
+  voice.render(left.data(), right.data(), 4800, mix);
+  float before = 0.0f;
+  for (size_t i = 1; i < 4800; ++i) before = std::max(before, std::fabs(left[i] - left[i - 1]));
+  float worst = 0.0f;
+  for (int attempt = 0; attempt < 8; ++attempt) {
+    // Steal at several points of the waveform.
+    std::fill(left.begin(), left.end(), 0.0f);
+    synth::RSynthVoice v;
+    v.startNote(synth::timbreForProgram(80), 0, 40, 127, kRate, 1, 1, mix);
+    v.render(left.data(), right.data(), 4800 + 37 * attempt, mix);
+    v.startNote(synth::timbreForProgram(0), 0, 90, 100, kRate, 2, 2, mix);
+    v.render(left.data() + 4800 + 37 * attempt, right.data(), 480, mix);
+    const size_t at = 4800 + 37 * attempt;
+    worst = std::max(worst, std::fabs(left[at] - left[at - 1]));
+  }
+  EXPECT_GT(peak(left, 0, 4800), 0.2f);
+  EXPECT_LT(worst, std::max(0.05f, 1.5f * before));
 }
 
 TEST(BuiltinSynth, FactoryMakesItAndItAddsToTheBuffer) {

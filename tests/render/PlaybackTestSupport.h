@@ -180,15 +180,16 @@ class RenderTest : public DocumentTest {
   }
 
   // Renders [0, frames) of the plan through the direct source, in blocks
-  // whose sizes `nextBlock` chooses (at most 4096).
+  // whose sizes `nextBlock` chooses (at most 4096), with the metronome when `click`.
   static Stereo render(const std::shared_ptr<RPlaybackPlan>& p, int64_t frames,
-                       const std::function<int()>& nextBlock = [] { return 4096; }) {
+                       const std::function<int()>& nextBlock = [] { return 4096; }, bool click = false) {
     RDirectSegmentSource source(*p);
     RPlaybackEngine engine;
     ImpulseFactory factory;
     std::string error;
     Stereo out{std::vector<float>(static_cast<size_t>(frames)), std::vector<float>(static_cast<size_t>(frames))};
     EXPECT_TRUE(engine.prepare(p, &source, factory, 4096, &error)) << error;
+    engine.setClick(click);
     for (int64_t at = 0; at < frames;) {
       const int n = static_cast<int>(std::min<int64_t>(nextBlock(), frames - at));
       engine.process(out.left.data() + at, out.right.data() + at, n);

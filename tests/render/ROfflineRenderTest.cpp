@@ -181,6 +181,9 @@ TEST_F(ROfflineRenderTest, AFailureOrACancelLeavesTheTargetAsItWas) {
     EXPECT_FALSE(render(locked + "/out.wav", {}, &result, &error));
     EXPECT_NE(error.find("Cannot write"), std::string::npos) << error;
   }
+  // A "folder" that is a file: no one can write into it, root included.
+  EXPECT_FALSE(render(target + "/out.wav", {}, &result, &error));
+  EXPECT_NE(error.find("Cannot write"), std::string::npos) << error;
   // The clip's file went missing after the project was made.
   std::filesystem::remove(dir.file("tone.wav"));
   EXPECT_FALSE(render(target, {}, &result, &error));

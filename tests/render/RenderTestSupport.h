@@ -58,6 +58,34 @@ inline std::vector<int64_t> randomCuts(std::mt19937& random, int64_t frames, int
   return cuts;
 }
 
+// Random channel messages of every kind, in frame order: notes (three in ten on
+// the drum channel), the controllers instruments follow, programs, bends
+// and channel pressure.
+inline std::vector<Timed> randomMessages(std::mt19937& random, int64_t frames, int count) {
+  std::vector<Timed> messages;
+  std::uniform_int_distribution<int64_t> at(0, frames - 1);
+  std::uniform_int_distribution<int> byte(0, 127), kind(0, 9), channel(0, 3);
+  for (int i = 0; i < count; ++i) {
+    const int ch = kind(random) < 3 ? 9 : channel(random);
+    const auto d1 = static_cast<uint8_t>(byte(random));
+    const auto d2 = static_cast<uint8_t>(byte(random));
+    static constexpr uint8_t kControllers[] = {1, 7, 10, 11, 64, 120, 121, 123};
+    Timed m{at(random), 0, d1, d2};
+    switch (kind(random)) {
+      case 0: case 1: case 2: case 3: m.status = 0x90; m.data1 = static_cast<uint8_t>(30 + d1 % 60); break;
+      case 4: case 5: m.status = 0x80; m.data1 = static_cast<uint8_t>(30 + d1 % 60); break;
+      case 6: m.status = 0xb0; m.data1 = kControllers[d1 % 8]; break;
+      case 7: m.status = 0xc0; break;
+      case 8: m.status = 0xe0; break;
+      default: m.status = 0xd0; break;
+    }
+    m.status = static_cast<uint8_t>(m.status | ch);
+    messages.push_back(m);
+  }
+  std::stable_sort(messages.begin(), messages.end(), [](const Timed& a, const Timed& b) { return a.frame < b.frame; });
+  return messages;
+}
+
 inline float peak(const std::vector<float>& samples, size_t from = 0, size_t to = SIZE_MAX) {
   float p = 0.0f;
   for (size_t i = from; i < std::min(to, samples.size()); ++i) p = std::max(p, std::fabs(samples[i]));

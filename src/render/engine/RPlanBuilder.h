@@ -49,8 +49,10 @@ struct RPlanOptions {
   RInstrumentChoice instrument;  // what MIDI tracks play through
 };
 
-// Fills `plan` from the document's project. False with a message when the
-// document holds no project (the plan is then empty).
+// Fills `plan` from the document's project, taking the read side of the
+// root's lock: not to be called by a thread that holds the write side (a
+// command in progress) or the read side already. False with a message when
+// the document holds no project (the plan is then empty).
 [[nodiscard]] bool buildPlaybackPlan(const PDocument& document, const RPlanOptions& options, RPlaybackPlan* plan,
                                      std::string* error);
 

@@ -1,6 +1,7 @@
 #pragma once
 // A SoundFont played by FluidSynth: one synthesizer per instrument at the
-// render's sample rate, with the SoundFont loaded when it is made. Reverb
+// render's sample rate, playing the SoundFont loaded when it is made (once
+// per process for every instrument that plays it, RSharedSoundFont). Reverb
 // and chorus are off (a track's sound stays dry, as the built-in
 // synthesizer's does), and FluidSynth's own locking is off: the instrument
 // is used from one thread at a time, as every instrument is.
@@ -9,7 +10,9 @@
 // the start of its next step, so a message takes effect up to 63 frames
 // after the frame it was given at. The steps count from the instrument's
 // creation, so the same messages at the same frames give the same samples
-// however the frames are split into blocks.
+// however the frames are split into blocks. After reset() a note's first 64
+// frames may differ slightly from a new instrument's: FluidSynth reuses its
+// voices and starts their filters from the previous note's setting.
 
 #include <memory>
 #include <string>
@@ -22,6 +25,8 @@ typedef struct _fluid_hashtable_t fluid_settings_t;
 typedef struct _fluid_synth_t fluid_synth_t;
 
 namespace vantor {
+
+class RSharedSoundFont;
 
 class RFluidSynthInstrument final : public RInstrument {
  public:
@@ -41,8 +46,9 @@ class RFluidSynthInstrument final : public RInstrument {
   void reset() noexcept override;
 
  private:
-  RFluidSynthInstrument(fluid_settings_t* settings, fluid_synth_t* synth);
+  RFluidSynthInstrument(std::shared_ptr<RSharedSoundFont> font, fluid_settings_t* settings, fluid_synth_t* synth);
 
+  std::shared_ptr<RSharedSoundFont> font_;
   fluid_settings_t* settings_;
   fluid_synth_t* synth_;
   // FluidSynth writes over its output; it renders here and is added in.

@@ -13,8 +13,9 @@ Timbre piano() {
   Timbre t;
   t.wave1 = Wave::kTriangle;
   t.wave2 = Wave::kSaw;
-  t.ratio2 = 1.0f;
+  t.ratio2 = 1.0015f;  // a string pair a little out of unison
   t.mix2 = 0.35f;
+  t.strike = 0.5f;
   t.attack = 0.002f;
   t.decay = 1.6f;
   t.sustain = 0.0f;
@@ -76,6 +77,7 @@ Timbre pluck() {
   t.wave1 = Wave::kSaw;
   t.wave2 = Wave::kPulse;
   t.mix2 = 0.5f;
+  t.strike = 0.4f;
   t.attack = 0.001f;
   t.decay = 0.9f;
   t.sustain = 0.0f;
@@ -334,11 +336,11 @@ Kit makeKit() {
   k.at(46) = hat(0.35f, 0.5f, true);
   k.at(47) = tomAt(139.0f, 0.0f);
   k.at(48) = tomAt(165.0f, 0.15f);
-  k.at(49) = withPanGain(cymbal(5000.0f, 0.6f, 0.5f), -0.3f, 0.6f);      // crash 1
+  k.at(49) = withPanGain(cymbal(5000.0f, 0.45f, 0.5f), -0.3f, 0.6f);      // crash 1
   k.at(50) = tomAt(196.0f, 0.3f);
-  k.at(51) = withPanGain(cymbal(6000.0f, 0.5f, 0.8f, 520.0f), 0.35f, 0.4f);  // ride 1
-  k.at(52) = withPanGain(cymbal(3000.0f, 0.55f, 0.6f, 300.0f), -0.4f, 0.55f); // chinese
-  k.at(53) = withPanGain(cymbal(4000.0f, 0.5f, 1.2f, 700.0f), 0.35f, 0.45f); // ride bell
+  k.at(51) = withPanGain(cymbal(6000.0f, 0.4f, 0.8f, 520.0f), 0.35f, 0.6f);  // ride 1
+  k.at(52) = withPanGain(cymbal(3000.0f, 0.4f, 0.6f, 300.0f), -0.4f, 0.55f); // chinese
+  k.at(53) = withPanGain(cymbal(4000.0f, 0.4f, 1.2f, 700.0f), 0.35f, 0.45f); // ride bell
   k.at(54) = withPanGain(cymbal(8000.0f, 0.12f, 0.6f, 600.0f), 0.2f, 0.7f);  // tambourine
   k.at(55) = withPanGain(cymbal(6000.0f, 0.4f, 0.5f), 0.4f, 0.55f);          // splash
   {
@@ -349,9 +351,9 @@ Kit makeKit() {
     bell.filterQ = 3.0f;
     k.at(56) = withPanGain(bell, 0.2f, 0.35f);
   }
-  k.at(57) = withPanGain(cymbal(5000.0f, 0.65f, 0.5f), 0.3f, 0.6f);            // crash 2
+  k.at(57) = withPanGain(cymbal(5000.0f, 0.45f, 0.5f), 0.3f, 0.6f);            // crash 2
   k.at(58) = withPanGain(noise(2000.0f, Band::kBand, 0.4f, 3.0f), 0.0f, 0.8f);  // vibraslap
-  k.at(59) = withPanGain(cymbal(6500.0f, 0.5f, 0.8f, 560.0f), 0.4f, 0.4f);    // ride 2
+  k.at(59) = withPanGain(cymbal(6500.0f, 0.4f, 0.8f, 560.0f), 0.4f, 0.6f);    // ride 2
   k.at(60) = withPanGain(tone(420.0f, 400.0f, 0.1f, 0.1f), 0.3f, 0.7f);       // bongos
   k.at(61) = withPanGain(tone(310.0f, 290.0f, 0.12f, 0.1f), 0.3f, 0.7f);
   k.at(62) = withPanGain(tone(340.0f, 330.0f, 0.05f, 0.2f), -0.3f, 0.7f);     // congas
@@ -377,7 +379,7 @@ Kit makeKit() {
     triangle.metal = 0.2f;
     triangle.metalHz = 4500.0f;
     k.at(80) = withPanGain(triangle, 0.4f, 0.4f);  // mute triangle
-    triangle.toneDecay = 0.6f;
+    triangle.toneDecay = 0.45f;
     k.at(81) = withPanGain(triangle, 0.4f, 0.4f);  // open triangle
   }
   return k;

@@ -19,7 +19,8 @@ enum class Wave : uint8_t {
 };
 
 // A melodic timbre: two oscillators (the second at ratio2 of the pitch,
-// mixed at mix2), breath noise, an ADSR on the level and a low-pass filter
+// mixed at mix2), breath noise or the noise of a strike at the start, an
+// ADSR on the level and a low-pass filter
 // whose cutoff follows the pitch and falls from a brighter start.
 struct Timbre {
   Wave wave1 = Wave::kSaw;
@@ -27,6 +28,7 @@ struct Timbre {
   float ratio2 = 1.0f;  // the second oscillator's frequency / the note's
   float mix2 = 0.0f;
   float noise = 0.0f;  // breath noise level
+  float strike = 0.0f; // a noise burst at the start (hammer, pick), its level
   // Level envelope, seconds; decay is the time constant towards sustain.
   float attack = 0.002f;
   float decay = 1.0f;

@@ -22,7 +22,11 @@ constexpr float kSemitoneSlope = 0.057762f;
 // The metallic partials of a cymbal, relative to the lowest: the ratios of
 // six square oscillators in classic analogue drum machines.
 constexpr float kMetalRatios[6] = {1.0f, 1.4827f, 1.8003f, 2.5460f, 2.6303f, 3.8967f};
+// A stolen voice's last output fades with this time constant.
+constexpr float kDeclickSeconds = 0.0003f;
 constexpr float kClapBurstSeconds = 0.010f;
+// The strike noise of a piano's hammer or a plucked string: a few ms.
+constexpr float kStrikeSeconds = 0.004f;
 constexpr float kClapBurstDecay = 0.003f;
 
 float wrap(float phase) { return phase - std::floor(phase); }
@@ -31,6 +35,10 @@ float wrap(float phase) { return phase - std::floor(phase); }
 
 void RSynthVoice::startCommon(int channel, int note, int velocity, float sampleRate, uint32_t seed, uint64_t stamp,
                               const ChannelMix& mix, float pan) {
+  residualLeft_ = active_ ? lastLeft_ : 0.0f;
+  residualRight_ = active_ ? lastRight_ : 0.0f;
+  lastLeft_ = lastRight_ = 0.0f;
+  declick_ = decayFactor(kDeclickSeconds, sampleRate);
   active_ = true;
   sustained_ = false;
   channel_ = channel;
@@ -69,6 +77,8 @@ void RSynthVoice::startNote(const Timbre& timbre, int channel, int note, int vel
   cutoffFactor_ = decayFactor(timbre.cutoffDecay, sampleRate);
   fmDepth_ = timbre.fmIndex * brightness_;
   fmFactor_ = decayFactor(timbre.fmDecay, sampleRate);
+  strikeLevel_ = timbre.strike * brightness_;
+  strikeFactor_ = decayFactor(kStrikeSeconds, sampleRate);
   vibratoStep_ = kVibratoHz / sampleRate;
   vibratoRamp_ = timbre.vibratoDelay > 0.0f ? 0.0f : 1.0f;
   vibratoRampStep_ = timbre.vibratoDelay > 0.0f ? 1.0f / (timbre.vibratoDelay * sampleRate) : 0.0f;
@@ -144,6 +154,10 @@ float RSynthVoice::melodicSample(const ChannelMix& mix) {
   float x = wave(t.wave1, phase1_, currentDt_, fmDepth_);
   if (t.mix2 > 0.0f) x += t.mix2 * wave(t.wave2, phase2_, std::fmin(currentDt_ * t.ratio2, 0.45f), fmDepth_);
   if (t.noise > 0.0f) x += t.noise * noise_.next();
+  if (strikeLevel_ > kSilent) {
+    x += strikeLevel_ * noise_.next();
+    strikeLevel_ *= strikeFactor_;
+  }
   // Retuning costs a tangent: every 16 samples of the voice's own age is
   // often enough for envelopes of milliseconds and keeps block splits out.
   if ((age_ & 15u) == 0) retuneFilter();
@@ -172,7 +186,7 @@ float RSynthVoice::drumSample() {
     if (d.metal > 0.0f) {
       float metal = 0.0f;
       for (int i = 0; i < 6; ++i) {
-        metal += metalPhase_[i] < 0.5f ? 1.0f : -1.0f;
+        metal += square(metalPhase_[i], metalDt_[i]);
         advance(metalPhase_[i], metalDt_[i]);
       }
       source += d.metal * metal * (1.0f / 6.0f);
@@ -205,8 +219,12 @@ void RSynthVoice::render(float* left, float* right, int frames, const ChannelMix
     const float s = (drum_ ? drumSample() : melodicSample(mix)) * velocityGain_;
     gainLeft_ += (targetLeft - gainLeft_) * smoothing_;
     gainRight_ += (targetRight - gainRight_) * smoothing_;
-    left[i] += s * gainLeft_;
-    right[i] += s * gainRight_;
+    lastLeft_ = s * gainLeft_ + residualLeft_;
+    lastRight_ = s * gainRight_ + residualRight_;
+    residualLeft_ *= declick_;
+    residualRight_ *= declick_;
+    left[i] += lastLeft_;
+    right[i] += lastRight_;
     ++age_;
     const bool over = drum_ ? (toneLevel_ == 0.0f && noiseLevel_ == 0.0f) || fade_ < kSilent : envelope_.done();
     if (over) {

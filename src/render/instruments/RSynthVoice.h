@@ -23,7 +23,8 @@ struct ChannelMix {
 class RSynthVoice {
  public:
   // Starts a melodic note or a drum hit; `seed` seeds the voice's noise,
-  // `stamp` orders voices by age.
+  // `stamp` orders voices by age. A voice taken while it sounds (stolen)
+  // lets its last output fade within about 1 ms instead of jumping.
   void startNote(const Timbre& timbre, int channel, int note, int velocity, float sampleRate, uint32_t seed,
                  uint64_t stamp, const ChannelMix& mix);
   void startDrum(const DrumSound& drum, int channel, int note, int velocity, float sampleRate, uint32_t seed,
@@ -70,6 +71,9 @@ class RSynthVoice {
   float brightness_ = 1.0f;
   float panLeft_ = 1.0f, panRight_ = 1.0f;  // the sound's own pan (drums)
   float gainLeft_ = 0.0f, gainRight_ = 0.0f;
+  float lastLeft_ = 0.0f, lastRight_ = 0.0f;          // the last output
+  float residualLeft_ = 0.0f, residualRight_ = 0.0f;  // a stolen note's, fading
+  float declick_ = 0.0f;
   float smoothing_ = 1.0f;
   Noise noise_;
   Filter filter_;
@@ -82,6 +86,7 @@ class RSynthVoice {
   float cutoffBoost_ = 0.0f, cutoffFactor_ = 0.0f;
   float fmDepth_ = 0.0f, fmFactor_ = 0.0f;
   float currentDt_ = 0.0f;
+  float strikeLevel_ = 0.0f, strikeFactor_ = 0.0f;
   Envelope envelope_;
 
   // Drum hits.

@@ -42,8 +42,4 @@ bool RDirectSegmentSource::read(size_t index, int64_t offset, float* out, int fr
   return true;
 }
 
-size_t RDirectSegmentSource::openStreams() const {
-  return static_cast<size_t>(std::count_if(streams_.begin(), streams_.end(), [](const auto& s) { return s != nullptr; }));
-}
-
 }  // namespace vantor

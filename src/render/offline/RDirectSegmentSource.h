@@ -28,8 +28,6 @@ class RDirectSegmentSource : public RSegmentSource {
 
   // The first failure met, in the system's words; "" while all went well.
   const std::string& error() const { return error_; }
-  // Streams open now (a segment's stream closes when it has been read to its end).
-  size_t openStreams() const;
 
  private:
   const RPlaybackPlan& plan_;
