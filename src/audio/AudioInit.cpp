@@ -5,6 +5,7 @@
 #include "audio/pool/AudioCluster.h"
 #include "audio/pool/GTree.h"
 #include "audio/pool/MAudioEvent.h"
+#include "audio/pool/MAudioFadeCommand.h"
 #include "audio/pool/MRegionMarker.h"
 #include "audio/pool/PAudioClip.h"
 #include "audio/pool/PAudioPool.h"
@@ -31,6 +32,7 @@ void registerPoolClasses() {
   MRegionMarker::classDescriptor();
   PAudioClip::classDescriptor();
   MAudioEvent::classDescriptor();
+  MAudioFadeCommand::classDescriptor();
   GTreeEntry::classDescriptor();
   GTree::classDescriptor();
   PAudioPool::classDescriptor();

@@ -9,6 +9,7 @@
 #include "cli/CliContext.h"
 #include "cli/CliReference.h"
 #include "cli/ConvertCommand.h"
+#include "cli/DemoCommand.h"
 #include "cli/RenderCommand.h"
 #include "cli/DetectSilenceCommand.h"
 #include "cli/DumpCommand.h"
@@ -110,6 +111,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::ist
   addDumpCommand(app, context, &exitCode);
   addClassesCommand(app, context, &exitCode);
   addProjectCommands(app, context, &exitCode);
+  addDemoCommand(app, context, &exitCode);
   addShellCommands(app, context, std::cin, &exitCode);
   addQuantizeCommand(app, context, &exitCode);
   addMidiExportCommand(app, context, &exitCode);

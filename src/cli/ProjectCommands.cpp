@@ -4,11 +4,9 @@
 #include <filesystem>
 #include <memory>
 #include <ostream>
-#include <sstream>
 
 #include "cli/ProjectInfo.h"
 #include "cli/ShellReferences.h"
-#include "cli/ShellSession.h"
 #include "document/PDocument.h"
 #include "model/time/MPosition.h"
 #include "model/time/MSignatureTrack.h"
@@ -97,42 +95,6 @@ int runTime(CliContext& context, const std::string& path, const std::string& tex
   return kExitOk;
 }
 
-// The main job's project, built with the same lines a user types.
-const char* const kDemoLines[] = {
-    "track add midi Bass",
-    "track add audio Vocals",
-    "track add folder Drums",
-    "track add midi Kick",
-    "part add 1 1.1.1.0 5.1.1.0 Intro",
-    "part add 1 5.1.1.0 13.1.1.0 Verse",
-    "part add 2 5.1.1.0 9.1.1.0 Take",
-    "part add 4 1.1.1.0 17.1.1.0 Beat",
-    "tempo 9.1.1.0 140 ramp",
-    "signature 17.1.1.0 3/4",
-    "marker add 1.1.1.0 Intro",
-    "marker add 5.1.1.0 Verse",
-    "locators 5.1.1.0 13.1.1.0",
-    "cycle on",
-    "mute 2:1",
-};
-
-int runDemo(CliContext& context, const std::string& path, bool force) {
-  if (refuseExisting(context, path, force)) return kExitDataError;
-  {
-    // The lines' own output (new marker IDs) is not part of the job's.
-    std::ostringstream lineOutput;
-    CliContext quiet(lineOutput, context.err);
-    PDocument document(context.messages, context.preferences);
-    ShellSession session(quiet, document, FSystemClock::instance());
-    for (const char* line : kDemoLines) {
-      if (!session.execute(line)) return kExitDataError;
-    }
-    if (!document.save(path)) return kExitDataError;
-  }
-  context.out << "Saved a demonstration project to " << path << "\n\n";
-  return runInfo(context, path, false);
-}
-
 }  // namespace
 
 void addProjectCommands(CLI::App& app, CliContext& context, int* exitCode) {
@@ -166,13 +128,6 @@ void addProjectCommands(CLI::App& app, CliContext& context, int* exitCode) {
   time->callback([&context, exitCode, timePath, position, timeJson] {
     *exitCode = runTime(context, *timePath, *position, *timeJson);
   });
-
-  auto* demo = app.add_subcommand("demo", "Build a small project of its own, save it and show it");
-  auto demoPath = std::make_shared<std::string>();
-  auto demoForce = std::make_shared<bool>(false);
-  demo->add_option("FILE", *demoPath, "Where to save it")->required();
-  demo->add_flag("--force", *demoForce, "Replace an existing file");
-  demo->callback([&context, exitCode, demoPath, demoForce] { *exitCode = runDemo(context, *demoPath, *demoForce); });
 }
 
 }  // namespace vantor::cli

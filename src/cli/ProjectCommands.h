@@ -1,7 +1,6 @@
 #pragma once
-// `vantor new`, `vantor info`, `vantor time` and `vantor demo`: create a
-// project, describe one, convert positions through one, and the main job
-// that builds, saves and shows a small project of its own.
+// `vantor new`, `vantor info` and `vantor time`: create a project, describe
+// one, and convert positions through one.
 
 #include <CLI/CLI.hpp>
 

@@ -9,6 +9,7 @@
 #include "audio/pool/PAudioPool.h"
 #include "audio/pool/PPoolOperations.h"
 #include "cli/JsonWriter.h"
+#include "cli/MixerText.h"
 #include "cli/ShellReferences.h"
 #include "document/PArrangement.h"
 #include "document/PDocument.h"
@@ -78,8 +79,15 @@ void writeTracks(JsonWriter& writer, const MProject& project, const Clock& clock
   for (size_t i = 0; i < all.size(); ++i) {
     const MTrackEvent& t = *all[i];
     const auto* folder = dynamic_cast<const MFolderTrack*>(&t);
-    json track = {{"number", i + 1},  {"kind", trackKindName(t)}, {"name", t.getName()},
-                  {"parts", nullptr}, {"muted", t.isMuted()},     {"color", t.getAttribute(MTrackAttribute::kColor)}};
+    json track = {{"number", i + 1},
+                  {"kind", trackKindName(t)},
+                  {"name", t.getName()},
+                  {"parts", nullptr},
+                  {"muted", t.isMuted()},
+                  {"solo", t.isSolo()},
+                  {"volume", t.getAttribute(MTrackAttribute::kVolume) / 100.0},
+                  {"pan", t.getAttribute(MTrackAttribute::kPan)},
+                  {"color", t.getAttribute(MTrackAttribute::kColor)}};
     if (folder != nullptr && folder->getTrackList()) track["tracksInside"] = folder->getTrackList()->count();
     writer.beginObject();
     writeMembers(writer, track, "parts", [&] {
@@ -110,7 +118,11 @@ void printTracks(std::ostream& out, const MProject& project, const MPosition& po
       continue;
     }
     const std::vector<MEvent*> parts = folder != nullptr ? std::vector<MEvent*>() : eventsOf(t.getNode());
-    out << parts.size() << (parts.size() == 1 ? " part\n" : " parts\n");
+    out << parts.size() << (parts.size() == 1 ? " part" : " parts");
+    if (t.hasAttribute(MTrackAttribute::kVolume))
+      out << ", volume " << volumeText(t.getAttribute(MTrackAttribute::kVolume));
+    if (t.hasAttribute(MTrackAttribute::kPan)) out << ", pan " << panText(t.getAttribute(MTrackAttribute::kPan));
+    out << (t.isMuted() ? ", muted" : "") << (t.isSolo() ? ", solo" : "") << '\n';
     for (const MEvent* e : parts) {
       const auto* part = dynamic_cast<const MPartEvent*>(e);
       const MEventContainer* inside = e->getNode() != nullptr ? e->getNode()->events() : nullptr;

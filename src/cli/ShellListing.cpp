@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <ostream>
 
+#include "audio/pool/MAudioEvent.h"
+#include "cli/MixerText.h"
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "midi/events/MMidiEvent.h"
@@ -58,6 +60,16 @@ std::string midiContent(const MEvent& event) {
   return text;
 }
 
+// An audio event's own fades, in frames of its clip ("" without any).
+std::string fadesText(const MAudioEvent& event) {
+  std::string text;
+  if (event.getFadeIn() > 0)
+    text += "  fade in " + std::to_string(event.getFadeIn()) + " " + fadeCurveName(event.getFadeInCurve());
+  if (event.getFadeOut() > 0)
+    text += "  fade out " + std::to_string(event.getFadeOut()) + " " + fadeCurveName(event.getFadeOutCurve());
+  return text;
+}
+
 // Lists the events of node; origin is where their positions count from on
 // the project's time line (a part's content origin for the events inside
 // it), so bars are shown as the user types them.
@@ -72,6 +84,7 @@ void printEvents(ShellSession& s, const std::string& prefix, const MDataNode* no
       s.out() << "  " << e.getNode()->events()->size() << " events";
     if (e.isMuted()) s.out() << "  muted";
     if (e.isLocked()) s.out() << "  locked";
+    if (const auto* audio = dynamic_cast<const MAudioEvent*>(&e)) s.out() << fadesText(*audio);
     if (const auto* part = dynamic_cast<const MPartEvent*>(&e); part != nullptr && part->getColor() != 0)
       s.out() << "  color " << part->getColor();
     s.out() << '\n';
@@ -90,7 +103,12 @@ bool listTracksVerb(ShellSession& s, const ShellArgs&) {
     } else {
       s.out() << "  " << eventsOf(t.getNode()).size() << " parts";
     }
+    // The mixer channel where it differs from the default (0 dB, centre).
+    if (t.hasAttribute(MTrackAttribute::kVolume))
+      s.out() << "  volume " << volumeText(t.getAttribute(MTrackAttribute::kVolume));
+    if (t.hasAttribute(MTrackAttribute::kPan)) s.out() << "  pan " << panText(t.getAttribute(MTrackAttribute::kPan));
     if (t.isMuted()) s.out() << "  muted";
+    if (t.isSolo()) s.out() << "  solo";
     if (t.getAttribute(MTrackAttribute::kColor) != 0) s.out() << "  color " << t.getAttribute(MTrackAttribute::kColor);
     s.out() << '\n';
   }

@@ -78,6 +78,7 @@ void ShellSession::addVerbs() {
   addMidiImportVerbs(verbs_);
   addPoolVerbs(verbs_);
   addProcessVerbs(verbs_);
+  addFadeVerbs(verbs_);
 }
 
 MProject& ShellSession::project() { return *document_.project(); }

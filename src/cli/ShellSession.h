@@ -153,5 +153,6 @@ void addMidiExportVerbs(std::vector<ShellVerb>& verbs);
 void addMidiImportVerbs(std::vector<ShellVerb>& verbs);
 void addPoolVerbs(std::vector<ShellVerb>& verbs);
 void addProcessVerbs(std::vector<ShellVerb>& verbs);
+void addFadeVerbs(std::vector<ShellVerb>& verbs);
 
 }  // namespace vantor::cli

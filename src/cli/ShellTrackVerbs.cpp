@@ -1,12 +1,15 @@
-// Shell verbs on tracks: add, remove, move, rename, colour.
+// Shell verbs on tracks: add, remove, move, rename, colour, and the mixer
+// channel: volume, pan, mute, solo.
 
 #include <algorithm>
 #include <cctype>
 
+#include "cli/MixerText.h"
 #include "cli/ShellReferences.h"
 #include "cli/ShellSession.h"
 #include "model/edit/MAttributeCommands.h"
 #include "model/edit/MTrackCommands.h"
+#include "model/edit/MTrackMixCommands.h"
 #include "model/tree/MEventController.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MTrackEvent.h"
@@ -110,6 +113,42 @@ bool colourTrack(ShellSession& s, const ShellArgs& a) {
   return s.perform(makeRef<MColorCommand>(std::vector<FRef<MEvent>>{FRef<MEvent>::share(t)}, *c));
 }
 
+std::vector<FRef<MTrackEvent>> one(MTrackEvent* track) { return {FRef<MTrackEvent>::share(track)}; }
+
+bool trackVolume(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: track volume TRACK DB");
+  MTrackEvent* t = s.track(a[0]);
+  if (t == nullptr) return false;
+  auto volume = parseVolume(a[1]);
+  if (!volume) return s.fail("bad volume \"" + a[1] + "\" (decibels such as -6, -6dB, +3, or off)");
+  return s.perform(makeRef<MTrackVolumeCommand>(one(t), *volume));
+}
+
+bool trackPan(ShellSession& s, const ShellArgs& a) {
+  if (a.size() != 2) return s.fail("usage: track pan TRACK VALUE");
+  MTrackEvent* t = s.track(a[0]);
+  if (t == nullptr) return false;
+  auto pan = parsePan(a[1]);
+  if (!pan) return s.fail("bad pan \"" + a[1] + "\" (-100 to 100, L30, R30 or C)");
+  return s.perform(makeRef<MTrackPanCommand>(one(t), *pan));
+}
+
+bool trackMute(ShellSession& s, const ShellArgs& a) {
+  if (a.empty() || a.size() > 2) return s.fail("usage: track mute TRACK [on|off]");
+  MTrackEvent* t = s.track(a[0]);
+  if (t == nullptr) return false;
+  auto on = s.onOff(a, 1, true);
+  return on && s.perform(makeRef<MMuteCommand>(std::vector<FRef<MEvent>>{FRef<MEvent>::share(t)}, *on));
+}
+
+bool trackSolo(ShellSession& s, const ShellArgs& a) {
+  if (a.empty() || a.size() > 2) return s.fail("usage: track solo TRACK [on|off]");
+  MTrackEvent* t = s.track(a[0]);
+  if (t == nullptr) return false;
+  auto on = s.onOff(a, 1, true);
+  return on && s.perform(makeRef<MSoloCommand>(one(t), *on));
+}
+
 }  // namespace
 
 std::optional<int32_t> parseColour(ShellSession& session, const std::string& text) { return colour(session, text); }
@@ -122,6 +161,14 @@ void addTrackVerbs(std::vector<ShellVerb>& verbs) {
   verbs.push_back({"track move", "TRACK POSITION", "move a track to another place in its list", moveTrack});
   verbs.push_back({"track rename", "TRACK NAME", "rename a track", renameTrack});
   verbs.push_back({"track color", "TRACK COLOUR", "colour a track (a number or #RRGGBB)", colourTrack});
+  verbs.push_back({"track volume", "TRACK DB",
+                   "set a track's volume: decibels from -144 to +12 (-6, -6dB, +3) or off; repeats unite into one undo",
+                   trackVolume});
+  verbs.push_back({"track pan", "TRACK VALUE",
+                   "set a track's pan: -100 (left) to 100 (right), or L30, R30, C; repeats unite into one undo",
+                   trackPan});
+  verbs.push_back({"track mute", "TRACK [on|off]", "mute or unmute a track", trackMute});
+  verbs.push_back({"track solo", "TRACK [on|off]", "solo or unsolo a track", trackSolo});
 }
 
 }  // namespace vantor::cli

@@ -38,7 +38,9 @@ constexpr Expect kNo = Expect::kRefused;
 constexpr Expect kAny = Expect::kEither;
 
 // The project every line runs on: a MIDI track "T" with parts 1:1 (bar 1,
-// holding one event) and 1:2 (bar 3), a folder track, marker 1 at bar 2, a
+// holding one event) and 1:2 (bar 3), a folder track, an audio track "A"
+// whose part 3:1 holds the kick clip (4484 frames at 22050 Hz: 203 ms) as
+// event 3:1:1, marker 1 at bar 2, a
 // tempo change at bar 3 and a 3/4 signature at bar 5.
 const char* const kSetUp[] = {
     "track add midi T",
@@ -50,6 +52,8 @@ const char* const kSetUp[] = {
     "tempo 3.1.1.0 100",
     "signature 5.1.1.0 3/4",
     "pool import \"" VANTOR_SHARED_DIR "/corpus/audio/go-audio-wav/kick.wav\"",
+    "track add audio A",
+    "pool insert 1 A",
 };
 
 const Row kRows[] = {
@@ -73,19 +77,19 @@ const Row kRows[] = {
     // Tracks.
     {"track add midi", kOk},
     {"track add midi X 3", kOk},
-    {"track add midi X 0", kNo, "bad track position \"0\" (expected 1 to 3)"},
-    {"track add midi X 4", kNo, "expected 1 to 3"},
+    {"track add midi X 0", kNo, "bad track position \"0\" (expected 1 to 4)"},
+    {"track add midi X 5", kNo, "expected 1 to 4"},
     {"track add midi X 99999999999999999999", kNo, "bad track position"},
     {"track add midi X -1", kNo, "bad track position"},
     {"track add kazoo", kNo, "unknown track kind"},
     {"track add midi \"\"", kAny},
     {"track remove 1", kOk},
-    {"track remove 3", kNo, "there is no track 3"},
+    {"track remove 4", kNo, "there is no track 4"},
     {"track remove -1", kNo, "there is no track named \"-1\""},
     {"track remove", kNo, "usage: track remove"},
     {"track move 1 2", kOk},
-    {"track move 1 0", kNo, "expected 1 to 2"},
-    {"track move 1 3", kNo, "expected 1 to 2"},
+    {"track move 1 0", kNo, "expected 1 to 3"},
+    {"track move 1 4", kNo, "expected 1 to 3"},
     {"track rename 1 X", kOk},
     {"track rename 1 \"\"", kAny},
     {"track rename 9 X", kNo, "there is no track 9"},
@@ -95,6 +99,41 @@ const Row kRows[] = {
     {"track color 1 -1", kNo, "bad colour"},
     {"track color 1 #GGGGGG", kNo, "bad colour"},
     {"track color 1 0x10", kNo, "bad colour"},
+    // The mixer channel: -144 dB (off) to +12 dB in hundredths, pan -100
+    // to 100.
+    {"track volume 1 -6", kOk},
+    {"track volume T -6dB", kOk},
+    {"track volume 1 +12", kOk},
+    {"track volume 1 12.004", kOk},  // rounds to +12.00
+    {"track volume 1 12.01", kNo, "the volume must lie between -144 dB (off) and +12 dB"},
+    {"track volume 1 -144", kOk},
+    {"track volume 1 -144.01", kNo, "the volume must lie between"},
+    {"track volume 1 off", kOk},
+    {"track volume 1 -99999999999999999999999", kNo, "the volume must lie between"},
+    {"track volume 1 1e1", kNo, "bad volume \"1e1\""},
+    {"track volume 1 nan", kNo, "bad volume"},
+    {"track volume 1 --3", kNo, "bad volume"},
+    {"track volume 1 dB", kNo, "bad volume"},
+    {"track volume 9 0", kNo, "there is no track 9"},
+    {"track volume 1", kNo, "usage: track volume TRACK DB"},
+    {"track pan 1 -100", kOk},
+    {"track pan 1 R100", kOk},
+    {"track pan 1 L30", kOk},
+    {"track pan 1 C", kOk},
+    {"track pan 1 101", kNo, "the pan must lie between -100 (left) and 100 (right)"},
+    {"track pan 1 L101", kNo, "the pan must lie between"},
+    {"track pan 1 R-5", kNo, "bad pan \"R-5\""},
+    {"track pan 1 1.5", kNo, "bad pan"},
+    {"track pan 1 L", kNo, "bad pan"},
+    {"track pan 1", kNo, "usage: track pan TRACK VALUE"},
+    {"track mute 1", kOk},
+    {"track mute 1 off", kOk},
+    {"track mute 1 maybe", kNo, "expected on or off, not \"maybe\""},
+    {"track mute", kNo, "usage: track mute TRACK [on|off]"},
+    {"track solo 1", kOk},
+    {"track solo 3 off", kOk},
+    {"track solo 1 2", kNo, "expected on or off"},
+    {"track solo 9", kNo, "there is no track 9"},
     // Parts and events: positions from 0 to 2147483647, lengths above 0.
     {"part add 1 0 2147483647", kOk},
     {"part add 1 1.1.1.0 1.1.1.0", kNo, "the end must lie after the start"},
@@ -392,6 +431,28 @@ const Row kRows[] = {
     {"edits replace 1 1", kNo, "usage: edits replace"},
     {"edits freeze 1", kNo, "File has not been edited!"},
     {"edits freeze", kNo, "usage: edits freeze CLIP"},
+    // Fades of audio events (up to the event's length, both together too)
+    // and the project's automatic fades (up to 1000 ms).
+    {"fade 3:1:1 --in 10 --out 10 --curve sine", kOk},
+    {"fade A:1:1 --out 203", kOk},
+    {"fade 3:1:1 --in 0", kOk},
+    {"fade 3:1:1 --in 204", kNo, "are longer than the event (4484 frames)"},
+    {"fade 3:1:1 --in 100 --out 110", kNo, "are longer than the event"},
+    {"fade 3:1:1 --in -1", kNo, "bad fade length \"-1\""},
+    {"fade 3:1:1 --in 1e2", kNo, "bad fade length"},
+    {"fade 3:1:1 --in 1 --curve cubic", kNo, "unknown curve \"cubic\""},
+    {"fade 3:1:1 --in", kNo, "--in needs a value"},
+    {"fade 3:1:1 --over 1", kNo, "unknown option \"--over\""},
+    {"fade 3:1:1 --curve log", kNo, "usage: fade EVENT..."},
+    {"fade 1:1 --in 1", kNo, "\"1:1\" is not an audio event"},
+    {"fade 3:9:1 --in 1", kNo, "there is no event 3:9"},
+    {"autofade", kOk},
+    {"autofade on", kOk},
+    {"autofade off --in 5 --curve exp", kOk},
+    {"autofade --out 1000", kOk},
+    {"autofade --out 1000.5", kNo, "the automatic fade length must lie between 0 and 1000 ms"},
+    {"autofade maybe", kNo, "expected on or off"},
+    {"autofade on off", kNo, "usage: autofade"},
     // The session.
     {"undo", kNo, "nothing to undo"},
     {"undo 0", kNo, "bad count"},

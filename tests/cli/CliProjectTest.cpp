@@ -145,27 +145,6 @@ TEST(CliProject, EveryClassIsCreatedByNameFromTheShippedBinary) {
   }
 }
 
-TEST(CliProject, DemoBuildsSavesAndShowsItsProject) {
-  TempFolder dir;
-  const std::string file = (dir / "demo.vpr").string();
-  const auto r = runVantor({"demo", file});
-  ASSERT_EQ(r.status, 0) << r.err;
-  // Like new, it replaces a file only when forced.
-  const std::string before = test::slurp(file);
-  const auto again = runVantor({"demo", file});
-  EXPECT_EQ(again.status, 1);
-  EXPECT_NE(again.err.find("already exists (use --force to replace it)"), std::string::npos);
-  EXPECT_EQ(runVantor({"demo", file, "--force"}).status, 0);
-  EXPECT_NE(r.out.find("\"Bass\""), std::string::npos);
-  const json j = parsePrintedWhole(runVantor({"info", file, "--json"}).out);
-  EXPECT_EQ(j["tracks"].size(), 4u);
-  EXPECT_EQ(j["tempo"]["events"].size(), 2u);
-  EXPECT_EQ(j["tempo"]["events"][1]["function"], "ramp");
-  EXPECT_EQ(j["signatures"].size(), 2u);
-  EXPECT_EQ(j["markers"].size(), 2u);
-  EXPECT_TRUE(j["locators"]["cycle"].get<bool>());
-}
-
 TEST(CliProject, DumpShowsRootsClassTablesAndRecords) {
   TempFolder dir;
   const std::string file = (dir / "d.vpr").string();

@@ -83,11 +83,49 @@ TEST(CliShell, UndoingEveryEditGivesBackTheOriginalBytes) {
       "marker add 2.1.1.0 Chorus\nmarker add 4.1.1.0 Bridge 6.1.1.0\nmarker id 1 2\nmarker rename 2 Refrain\n"
       "marker move 1 5.1.1.0\nmarker remove 2\ntrack remove 3\n"
       "locators 2.1.1.0 3.1.1.0\ncycle on\nlocators 1.1.1.0 9.1.1.0\n"
+      "track volume 1 -6dB\ntrack volume 1 +3\ntrack pan 1 L30\ntrack mute 1\ntrack solo 2\ntrack solo 2 off\n"
+      "autofade on --in 5 --curve exp\n"
       "undo 1000\nsave\n";
   const auto r = runVantor({"shell", file}, script);
   EXPECT_EQ(r.status, 1) << r.err;  // "size 1:1 start" fails on the locked part
   EXPECT_NE(r.err.find("locked"), std::string::npos) << r.err;
   EXPECT_EQ(slurp(file), original);
+}
+
+// Every form of volume and pan people type reaches the project; the
+// listings show what differs from the defaults.
+TEST(CliShell, MixerValuesInEveryFormReachTheProject) {
+  TempFolder dir;
+  const std::string file = newProject(dir);
+  struct Form {
+    const char* volume;
+    double db;
+    const char* pan;
+    int percent;
+  };
+  const Form forms[] = {{"-6", -6, "-100", -100}, {"-6dB", -6, "L30", -30},   {"+3", 3, "R30", 30},
+                        {"off", -144, "C", 0},    {"0.5db", 0.5, "100", 100}, {"-0.125", -0.13, "l5", -5}};
+  std::string script;
+  for (size_t i = 0; i < std::size(forms); ++i) {
+    const std::string n = std::to_string(i + 1);
+    script += "track add audio T" + n + "\ntrack volume " + n + " " + forms[i].volume + "\ntrack pan " + n + " " +
+              forms[i].pan + "\n";
+  }
+  script += "track mute 2\ntrack solo 3\ntrack solo 4\ntrack solo 4 off\ntracks\nsave\n";
+  const auto r = runVantor({"shell", file}, script);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("2  Audio  \"T2\"  0 parts  volume -6.00 dB  pan L30  muted\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("3  Audio  \"T3\"  0 parts  volume +3.00 dB  pan R30  solo\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("4  Audio  \"T4\"  0 parts  volume off\n"), std::string::npos) << r.out;
+  const json j = info(file);
+  ASSERT_EQ(j["tracks"].size(), std::size(forms));
+  for (size_t i = 0; i < std::size(forms); ++i) {
+    const json& t = j["tracks"][i];
+    EXPECT_DOUBLE_EQ(t["volume"].get<double>(), forms[i].db) << forms[i].volume;
+    EXPECT_EQ(t["pan"].get<int>(), forms[i].percent) << forms[i].pan;
+    EXPECT_EQ(t["muted"].get<bool>(), i == 1);
+    EXPECT_EQ(t["solo"].get<bool>(), i == 2);
+  }
 }
 
 TEST(CliShell, EditSavesOnlyWhenEveryLineSucceeds) {

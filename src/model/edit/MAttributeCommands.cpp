@@ -34,38 +34,44 @@ size_t valuesBytes(const std::vector<MEventValue>& values) { return values.capac
 // The write accessors of the events' nodes, for an attribute change. False
 // when an event is missing or named twice, or its node refuses changes or
 // does not hold it. Events without a node need no accessor (nullptr).
-bool accessorsFor(const std::vector<MEventValue>& values, std::vector<FRef<MAccessor>>* out) {
+bool accessorsFor(const std::vector<MEvent*>& events, std::vector<FRef<MAccessor>>* out) {
   std::unordered_map<MDataNode*, FRef<MAccessor>> byNode;
   std::unordered_set<const MEvent*> seen;
   out->clear();
-  out->reserve(values.size());
-  for (const MEventValue& entry : values) {
-    if (!entry.event || !seen.insert(entry.event.get()).second) return false;
-    MDataNode* node = entry.event->getParent();
+  out->reserve(events.size());
+  for (MEvent* event : events) {
+    if (event == nullptr || !seen.insert(event).second) return false;
+    MDataNode* node = event->getParent();
     if (node == nullptr) {
       out->push_back(nullptr);
       continue;
     }
     auto it = byNode.find(node);
     if (it == byNode.end()) it = byNode.emplace(node, node->getWriteAccessor()).first;
-    if (!it->second || it->second->indexOf(entry.event.get()) == npos) return false;
+    if (!it->second || it->second->indexOf(event) == npos) return false;
     out->push_back(it->second);
   }
   return true;
 }
 
 // Runs change on every event between the node's announcements.
-template <class Change>
-bool exchangeEach(std::vector<MEventValue>& values, Change change) {
+bool changeEvents(const std::vector<MEvent*>& events, const std::function<void(size_t)>& change) {
   std::vector<FRef<MAccessor>> accessors;
-  if (!accessorsFor(values, &accessors)) return false;
-  for (size_t i = 0; i < values.size(); ++i) {
-    MEvent* event = values[i].event.get();
-    if (accessors[i]) accessors[i]->extentWillChange(event);
-    change(values[i]);
-    if (accessors[i]) accessors[i]->extentChanged(event);
+  if (!accessorsFor(events, &accessors)) return false;
+  for (size_t i = 0; i < events.size(); ++i) {
+    if (accessors[i]) accessors[i]->extentWillChange(events[i]);
+    change(i);
+    if (accessors[i]) accessors[i]->extentChanged(events[i]);
   }
   return true;
+}
+
+template <class Change>
+bool exchangeEach(std::vector<MEventValue>& values, Change change) {
+  std::vector<MEvent*> events;
+  events.reserve(values.size());
+  for (const MEventValue& entry : values) events.push_back(entry.event.get());
+  return changeEvents(events, [&](size_t i) { change(values[i]); });
 }
 }  // namespace
 
@@ -75,6 +81,25 @@ bool exchangeFlag(std::vector<MEventValue>& values, uint16_t bit) {
     entry.event->setFlag(bit, entry.value != 0);
     entry.value = was ? 1 : 0;
   });
+}
+
+bool exchangeTrackAttribute(std::vector<MEventValue>& values, uint32_t code) {
+  for (const MEventValue& entry : values) {
+    if (dynamic_cast<const MTrackEvent*>(entry.event.get()) == nullptr) return false;
+  }
+  return exchangeEach(values, [code](MEventValue& entry) {
+    auto* track = static_cast<MTrackEvent*>(entry.event.get());
+    const int32_t old = track->getAttribute(code);
+    track->setAttribute(code, entry.value);
+    entry.value = old;
+  });
+}
+
+bool changeEach(const std::vector<FRef<MEvent>>& events, const std::function<void(size_t)>& change) {
+  std::vector<MEvent*> plain;
+  plain.reserve(events.size());
+  for (const FRef<MEvent>& event : events) plain.push_back(event.get());
+  return changeEvents(plain, change);
 }
 
 // ---- MPriorityCommand -------------------------------------------------------

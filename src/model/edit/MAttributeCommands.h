@@ -7,6 +7,7 @@
 // accessor (read-only) is not changed: the command fails and changes nothing.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,18 @@ struct MEventValue {
 // set). All or nothing: false, with nothing changed, when an event is
 // missing or named twice, or its node gives no write accessor.
 [[nodiscard]] bool exchangeFlag(std::vector<MEventValue>& values, uint16_t bit);
+
+// Exchanges the value of each entry with the track event's attribute code
+// (model/tree/MTrackEvent.h). All or nothing: false, with nothing changed,
+// when an entry is not a track event, is missing or named twice, or its
+// node gives no write accessor.
+[[nodiscard]] bool exchangeTrackAttribute(std::vector<MEventValue>& values, uint32_t code);
+
+// Runs change(i) for each events[i] between the announcements of its node
+// (extent will change, extent changed), for edits of an event's own values.
+// All or nothing: false, with change never called, when an event is missing
+// or named twice, or its node gives no write accessor.
+[[nodiscard]] bool changeEach(const std::vector<FRef<MEvent>>& events, const std::function<void(size_t)>& change);
 
 // Mutes or unmutes events. "Mute" / "Unmute".
 class MMuteCommand : public MExchangeCommand {

@@ -1,10 +1,12 @@
 #include "model/MModelInit.h"
 
 #include "model/edit/MAttributeCommands.h"
+#include "model/edit/MAutoFadeCommand.h"
 #include "model/edit/MInsertCommand.h"
 #include "model/edit/MMoveCommand.h"
 #include "model/edit/MNodeCommands.h"
 #include "model/edit/MSizeCommand.h"
+#include "model/edit/MTrackMixCommands.h"
 #include "model/edit/MTrackCommands.h"
 #include "model/edit/MVGroupCommands.h"
 #include "model/undo/GUndoManager.h"
@@ -43,6 +45,11 @@ void registerCommandClasses() {
   MEditLockCommand::classDescriptor();
   MRenameCommand::classDescriptor();
   MColorCommand::classDescriptor();
+  // The mixer channel of tracks and the project's automatic fades.
+  MTrackVolumeCommand::classDescriptor();
+  MTrackPanCommand::classDescriptor();
+  MSoloCommand::classDescriptor();
+  MAutoFadeCommand::classDescriptor();
   // Virtual groups, nodes and domains.
   MVGroupCreateCommand::classDescriptor();
   MVGroupRemoveCommand::classDescriptor();

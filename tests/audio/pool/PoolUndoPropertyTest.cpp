@@ -8,17 +8,33 @@
 
 #include "audio/AudioInit.h"
 #include "audio/AudioTestSupport.h"
+#include "audio/pool/MAudioFadeCommand.h"
 #include "audio/pool/PAudioImporter.h"
 #include "audio/pool/PPoolCommands.h"
 #include "audio/pool/PPoolMaintenance.h"
 #include "audio/pool/PPoolOperations.h"
 #include "audio/pool/PRelinkFilesCommand.h"
+#include "model/tree/MAccessor.h"
 #include "model/tree/MProject.h"
 #include "model/tree/MRoot.h"
 #include "support/ArchiveBytes.h"
 
 namespace vantor {
 namespace {
+
+// The audio events inside the parts of track.
+std::vector<FRef<MAudioEvent>> audioEvents(const MTrackEvent& track) {
+  std::vector<FRef<MAudioEvent>> events;
+  FRef<MAccessor> parts = track.getNode()->getReadAccessor();
+  for (size_t i = 0; i < parts->count(); ++i) {
+    MDataNode* content = parts->at(i)->getNode();
+    FRef<MAccessor> inside = content != nullptr ? content->getReadAccessor() : nullptr;
+    for (size_t j = 0; inside && j < inside->count(); ++j) {
+      if (auto* event = dynamic_cast<MAudioEvent*>(inside->at(j))) events.push_back(FRef<MAudioEvent>::share(event));
+    }
+  }
+  return events;
+}
 
 TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
   initializeAudio();
@@ -32,6 +48,7 @@ TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
   FCapturedMessages messages;
   std::mt19937 rng(11);
   auto pick = [&](size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(rng); };
+  int fades = 0;  // fade commands that did their edit
   for (int round = 0; round < 20; ++round) {
     FRef<MRoot> root = MProject::createNew();
     MProject& project = *root->getProject();
@@ -45,7 +62,7 @@ TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
       FRef<MCommand> command;
       PAudioClip* clip = pool.clips().empty() ? nullptr : pool.clips()[pick(pool.clips().size())].get();
       std::string error;
-      switch (clip == nullptr ? 0 : pick(9)) {
+      switch (clip == nullptr ? 0 : pick(10)) {
         case 0:
           command = makeImportMediumCommand(pool, {waves[pick(waves.size())]}, {}, nullptr, messages);
           break;
@@ -78,12 +95,28 @@ TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
                                            &refused);
           break;
         }
+        case 9: {
+          // Fades on an inserted event, now and then longer than it.
+          std::vector<FRef<MAudioEvent>> events = audioEvents(*audio);
+          if (events.empty()) break;
+          FRef<MAudioEvent> event = events[pick(events.size())];
+          const int64_t length = event->getClipLength();
+          const auto curve = static_cast<MFadeCurve>(pick(5));
+          std::optional<MAudioFade> in = MAudioFade{static_cast<int64_t>(pick(static_cast<size_t>(length) + 2)), curve};
+          std::optional<MAudioFade> out = MAudioFade{static_cast<int64_t>(pick(static_cast<size_t>(length) / 2 + 1))};
+          if (pick(3) == 0) in.reset();
+          command = FRef<MCommand>(new MAudioFadeCommand({event}, in, pick(3) == 0 ? std::nullopt : out));
+          break;
+        }
         default:
           command = FRef<MCommand>(new PSetRecordFolderCommand(
               FRef<PAudioPool>::share(&pool), FRef<GTreeEntry>::share(pool.tree().root()->children().back().get())));
           break;
       }
-      if (command && command->perform()) done.push_back(command);
+      if (command && command->perform()) {
+        done.push_back(command);
+        if (dynamic_cast<MAudioFadeCommand*>(command.get()) != nullptr) ++fades;
+      }
     }
     const auto final = test::archiveBytes(root.get());
     for (auto it = done.rbegin(); it != done.rend(); ++it) ASSERT_TRUE((*it)->undo());
@@ -91,6 +124,7 @@ TEST(PoolUndoProperty, RandomSequencesUndoToTheOriginalBytes) {
     for (auto& command : done) ASSERT_TRUE(command->redo());
     ASSERT_EQ(test::archiveBytes(root.get()), final) << "round " << round;
   }
+  EXPECT_GT(fades, 0);
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // through the undo manager can be undone to the exact original bytes of the
 // saved tree and redone to the exact edited bytes, step by step. Failed
 // commands change no byte. The commands cover events, tracks, groups, the
-// tempo and signature tracks and markers.
+// tempo and signature tracks, markers, the mixer channel of tracks and the
+// project's automatic fades.
 
 #include <gtest/gtest.h>
 
@@ -15,11 +16,13 @@
 #include "foundation/FClock.h"
 #include "model/CommandTestSupport.h"
 #include "model/edit/MAttributeCommands.h"
+#include "model/edit/MAutoFadeCommand.h"
 #include "model/edit/MInsertCommand.h"
 #include "model/edit/MMoveCommand.h"
 #include "model/edit/MNodeCommands.h"
 #include "model/edit/MSizeCommand.h"
 #include "model/edit/MTrackCommands.h"
+#include "model/edit/MTrackMixCommands.h"
 #include "model/edit/MVGroupCommands.h"
 #include "model/markers/MMarkerCommands.h"
 #include "model/markers/MMarkerEvent.h"
@@ -110,7 +113,7 @@ class Generator {
       return FRef<MCommand>(new MSizeEndCommand(lastEvent_, ref(event->getParent()), event->getEnd() + step()));
     }
     for (int tries = 0; tries < 20; ++tries) {
-      FRef<MCommand> command = make(tree, below(34));
+      FRef<MCommand> command = make(tree, below(38));
       if (command) return command;
     }
     return FRef<MCommand>(new MMacroCommand("Nothing"));
@@ -164,7 +167,39 @@ class Generator {
     if (kind < 20) return makeAttributeEdit(tree, kind);
     if (kind < 27) return makeStructureEdit(tree, kind);
     if (kind < 32) return makeTimeEdit(kind);
-    return makeMarkerEdit();
+    if (kind < 34) return makeMarkerEdit();
+    return makeMixerEdit(tree, kind);
+  }
+
+  // Volume, pan and solo of one or two tracks, and the automatic fades: in
+  // range mostly, now and then out of it (refused).
+  FRef<MCommand> makeMixerEdit(const TreeView& tree, uint32_t kind) {
+    std::vector<FRef<MTrackEvent>> tracks;
+    const std::vector<MEvent*> all(tree.tracks.begin(), tree.tracks.end());
+    for (const FRef<MEvent>& track : some(all, 2)) {
+      tracks.push_back(FRef<MTrackEvent>::share(static_cast<MTrackEvent*>(track.get())));
+    }
+    const bool outside = chance(10);
+    switch (kind) {
+      case 34: {
+        const auto volume = static_cast<int32_t>(below(15601)) - 14400;  // -144 dB .. +12 dB
+        return FRef<MCommand>(new MTrackVolumeCommand(tracks, outside ? MTrackAttribute::kVolumeMax + 1 : volume));
+      }
+      case 35: {
+        const auto pan = static_cast<int32_t>(below(201)) - 100;
+        return FRef<MCommand>(new MTrackPanCommand(tracks, outside ? -101 : pan));
+      }
+      case 36:
+        return FRef<MCommand>(new MSoloCommand(tracks, chance(60)));
+      default: {
+        MAutoFadeSetting fades = *project_.getAutoFadeSetting();
+        fades.setFadeInOn(chance(50));
+        fades.setFadeOutLength(outside ? 1000.5 : 0.25 * below(400));
+        fades.setFadeOutCurve(static_cast<MFadeCurve>(below(5)));
+        return FRef<MCommand>(
+            new MAutoFadeCommand(FRef<MAutoFadeSetting>::share(project_.getAutoFadeSetting()), fades));
+      }
+    }
   }
 
   // A tempo in the range mostly (with hundredths), now and then one outside
@@ -468,6 +503,9 @@ TEST_P(UndoProperty, UndoAllRestoresTheOriginalBytesAndRedoAllTheEditedOnes) {
   }
   EXPECT_TRUE(succeeded.count("MMarkerRenameCommand") || succeeded.count("MMarkerIdCommand"));
   EXPECT_TRUE(refused.count("MTimeSignatureCommand"));
+  for (const char* name : {"MTrackVolumeCommand", "MTrackPanCommand", "MSoloCommand", "MAutoFadeCommand"}) {
+    EXPECT_TRUE(succeeded.count(name)) << name << " never succeeded";
+  }
   ASSERT_EQ(states.size(), manager.undoCount() + 1);
 
   for (size_t k = states.size() - 1; k > 0; --k) {
