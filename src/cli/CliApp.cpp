@@ -16,6 +16,7 @@
 #include "cli/HistoryCommand.h"
 #include "cli/MidiExportCommand.h"
 #include "cli/MidiImportCommand.h"
+#include "cli/PlayCommand.h"
 #include "cli/PoolCommands.h"
 #include "cli/ProcessCommand.h"
 #include "cli/ProjectCommands.h"
@@ -122,6 +123,7 @@ int runCli(int argc, char** argv, std::ostream& out, std::ostream& err, std::ist
   addPoolCommands(app, context, &exitCode);
   addProcessCommand(app, context, &exitCode);
   addHistoryCommand(app, context, &exitCode);
+  addPlayCommand(app, context, &exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -225,10 +225,12 @@ void RPlaybackEngine::process(float* left, float* right, int frames) noexcept {
   }
   const auto n = static_cast<size_t>(frames);
   for (TrackState& track : s.tracks) {
-    if (track.hasMono) std::fill(track.mono.begin(), track.mono.begin() + static_cast<std::ptrdiff_t>(n), 0.0f);
+    // The whole buffer: the block that wrote it may have been longer than
+    // this one, and a segment starting inside a later block adds to it.
+    if (track.hasMono) std::fill(track.mono.begin(), track.mono.end(), 0.0f);
     if (track.hasStereo) {
-      std::fill(track.left.begin(), track.left.begin() + static_cast<std::ptrdiff_t>(n), 0.0f);
-      std::fill(track.right.begin(), track.right.begin() + static_cast<std::ptrdiff_t>(n), 0.0f);
+      std::fill(track.left.begin(), track.left.end(), 0.0f);
+      std::fill(track.right.begin(), track.right.end(), 0.0f);
     }
     track.hasMono = track.hasStereo = false;
   }
