@@ -7,7 +7,7 @@
 
 namespace vantor {
 
-VANTOR_DEFINE_CLASS(AudioCluster, FShared, 0)
+VANTOR_DEFINE_CLASS(AudioCluster, FThreadShared, 0)
 
 namespace {
 

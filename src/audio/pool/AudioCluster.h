@@ -3,7 +3,8 @@
 // file, or one mono file per side for split stereo), followed by the files
 // that processing added, and the attribute sets kept with the clip under
 // their persistent names. Clips share a cluster (a new version of a clip
-// refers to the same files), so it is reference counted.
+// refers to the same files), so it is reference counted; atomically, since
+// playback's disk thread holds clusters too.
 
 #include <cstdint>
 #include <optional>
@@ -32,7 +33,7 @@ inline constexpr const char* kClipRateChanged = "Clip Rate Changed";  // set hol
 inline constexpr const char* kFactor = "Factor";                      // float: new rate / old rate
 }  // namespace AudioClusterKey
 
-class AudioCluster : public FShared {
+class AudioCluster : public FThreadShared {
   VANTOR_CLASS(AudioCluster)
  public:
   AudioCluster();

@@ -6,7 +6,7 @@
 
 namespace vantor {
 
-VANTOR_DEFINE_CLASS(PClipMaterial, FShared, 0)
+VANTOR_DEFINE_CLASS(PClipMaterial, FThreadShared, 0)
 
 namespace {
 

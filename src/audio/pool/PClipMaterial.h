@@ -36,7 +36,8 @@ struct PClipPiece {
   bool operator==(const PClipPiece&) const = default;
 };
 
-class PClipMaterial : public FShared {
+// Counted atomically: playback's disk thread holds materials too.
+class PClipMaterial : public FThreadShared {
   VANTOR_CLASS(PClipMaterial)
  public:
   PClipMaterial() = default;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <optional>
 #include <strings.h>
+#include <unordered_map>
 
 #include "audio/pool/MAudioEvent.h"
 #include "document/PArrangement.h"
@@ -85,6 +86,8 @@ class Builder {
   void addAudioEvent(const MAudioEvent& event, double origin, int64_t partStart, int64_t partEnd, size_t index,
                      int64_t delay);
   void addMidiPart(const MPartEvent& part, uint32_t track, int64_t delay, int forcedChannel);
+  FRef<AudioCluster> playbackCopy(const AudioCluster& cluster);
+  FRef<PClipMaterial> playbackCopy(const PClipMaterial& material);
   void addMessage(int64_t frame, uint32_t track, MMidiMessage message, int rank, int forcedChannel) {
     if (forcedChannel >= 0) message.status = static_cast<uint8_t>((message.status & 0xF0) | forcedChannel);
     messages_.push_back({{frame, track, message.status, message.data1, message.data2}, rank, order_++});
@@ -95,7 +98,29 @@ class Builder {
   FrameMap map_;
   std::vector<SortedMessage> messages_;
   uint64_t order_ = 0;
+  std::unordered_map<const AudioCluster*, FRef<AudioCluster>> clusters_;
+  std::unordered_map<const PClipMaterial*, FRef<PClipMaterial>> materials_;
 };
+
+// The plan keeps copies of the clusters (their files only) and materials
+// it plays, one per original: the project's own may change while the plan
+// plays (processing adds files to a cluster, edits replace pieces), and a
+// disk thread reads the plan's without any lock.
+FRef<AudioCluster> Builder::playbackCopy(const AudioCluster& cluster) {
+  FRef<AudioCluster>& copy = clusters_[&cluster];
+  if (copy == nullptr) {
+    copy = makeRef<AudioCluster>();
+    for (const AudioFile& file : cluster.files()) (void)copy->addFile(file);
+    copy->setChannelGroups(cluster.channelGroups());
+  }
+  return copy;
+}
+
+FRef<PClipMaterial> Builder::playbackCopy(const PClipMaterial& material) {
+  FRef<PClipMaterial>& copy = materials_[&material];
+  if (copy == nullptr) copy = makeRef<PClipMaterial>(material.pieces());
+  return copy;
+}
 
 void Builder::addAudioTrack(const MTrackEvent& track, size_t index, int64_t delay) {
   const MDataNode* node = track.getNode();
@@ -140,8 +165,8 @@ void Builder::addAudioEvent(const MAudioEvent& event, double origin, int64_t par
   segment.start = start;
   segment.length = end - start;
   segment.clipFrame = clipFrame;
-  segment.cluster = clip->clusterRef();
-  segment.material = clip->materialRef();
+  segment.cluster = playbackCopy(cluster);
+  segment.material = playbackCopy(*clip->getMaterial());
 
   const MAutoFadeSetting* automatic = project_.getAutoFadeSetting();
   const int64_t half = segment.length / 2;
