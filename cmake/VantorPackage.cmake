@@ -50,7 +50,7 @@ function(vantor_package)
   set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
   set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Multitrack audio and MIDI workstation for the command line")
   set(CPACK_PACKAGE_DESCRIPTION
-      "Builds, inspects and edits multitrack projects: MIDI and audio import and export, quantize, an audio pool with offline processes, and a shell with undo.")
+      "Builds, inspects and edits multitrack projects: MIDI and audio import and export, quantize, an audio pool with offline processes, mixdown to audio files, playback through JACK, and a shell with undo.")
   set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
