@@ -230,7 +230,7 @@ bool follow(CliContext& context, const Clock& clock, const Range& range, Playbac
 
 // After the client closed: the transport and the target stay readable.
 void printSummary(CliContext& context, const Options& options, const Clock& clock, const Range& range,
-                  const Playback& playback, int sampleRate, int bufferSize) {
+                  const Playback& playback, int sampleRate, int bufferSize, uint64_t xruns) {
   const RJackTransport& transport = *playback.transport;
   const auto place = [&clock](int64_t frame) {
     return nlohmann::json{{"frame", frame}, {"bars", clock.bars(frame)}, {"time", clock.time(frame)}};
@@ -243,13 +243,14 @@ void printSummary(CliContext& context, const Options& options, const Clock& cloc
                             {"loops", transport.loops()},
                             {"framesPlayed", transport.framesPlayed()},
                             {"underruns", playback.target->underruns()},
+                            {"xruns", xruns},
                             {"sampleRate", sampleRate},
                             {"bufferSize", bufferSize}});
     return;
   }
-  context.out << fmt::format("Played {} frames, stopped at {} ({}), {} underruns\n", transport.framesPlayed(),
-                             clock.bars(transport.position()), clock.time(transport.position()),
-                             playback.target->underruns());
+  context.out << fmt::format("Played {} frames, stopped at {} ({}), {} underruns, {} xruns\n",
+                             transport.framesPlayed(), clock.bars(transport.position()),
+                             clock.time(transport.position()), playback.target->underruns(), xruns);
 }
 
 int runPlay(CliContext& context, const Options& options) {
@@ -293,8 +294,9 @@ int runPlay(CliContext& context, const Options& options) {
   }
   const int sampleRate = playback.client->sampleRate();
   const int bufferSize = playback.client->bufferSize();
+  const uint64_t xruns = playback.client->xruns();
   playback.client.reset();
-  printSummary(context, options, clock, range, playback, sampleRate, bufferSize);
+  printSummary(context, options, clock, range, playback, sampleRate, bufferSize, xruns);
   return kExitOk;
 }
 

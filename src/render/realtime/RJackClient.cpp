@@ -57,6 +57,7 @@ std::unique_ptr<RJackClient> RJackClient::open(const std::string& name, const st
   std::unique_ptr<RJackClient> client(new RJackClient(std::move(handle)));
   jack_set_process_callback(client->handle_->client, &RJackClient::onProcess, client.get());
   jack_set_buffer_size_callback(client->handle_->client, &RJackClient::onBufferSize, client.get());
+  jack_set_xrun_callback(client->handle_->client, &RJackClient::onXrun, client.get());
   jack_on_shutdown(client->handle_->client, &RJackClient::onShutdown, client.get());
   client->bufferSize_.store(static_cast<int>(jack_get_buffer_size(client->handle_->client)));
   return client;
@@ -119,6 +120,11 @@ int RJackClient::onProcess(unsigned frames, void* self) {
 // split-invariant), so a change needs no reallocation on any thread.
 int RJackClient::onBufferSize(unsigned frames, void* self) {
   static_cast<RJackClient*>(self)->bufferSize_.store(static_cast<int>(frames), std::memory_order_release);
+  return 0;
+}
+
+int RJackClient::onXrun(void* self) {
+  static_cast<RJackClient*>(self)->xruns_.fetch_add(1, std::memory_order_acq_rel);
   return 0;
 }
 

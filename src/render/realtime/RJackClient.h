@@ -8,6 +8,7 @@
 // server calls the transport on its own real-time thread.
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -41,6 +42,10 @@ class RJackClient {
   [[nodiscard]] bool connectToPlayback(std::string* error);
   // Whether the server shut down or dropped the client since it opened.
   bool serverGone() const noexcept { return gone_.load(std::memory_order_acquire); }
+  // How many xruns the server reported since the client opened: periods
+  // that some client of the graph did not finish in time, so what reached
+  // the outputs may have lost or repeated a period.
+  uint64_t xruns() const noexcept { return xruns_.load(std::memory_order_acquire); }
 
  private:
   struct Handle;
@@ -49,11 +54,13 @@ class RJackClient {
   static int onProcess(unsigned frames, void* self);
   static void onShutdown(void* self);
   static int onBufferSize(unsigned frames, void* self);
+  static int onXrun(void* self);
 
   std::unique_ptr<Handle> handle_;
   std::atomic<RJackTransport*> transport_{nullptr};
   std::atomic<bool> gone_{false};
   std::atomic<int> bufferSize_{0};
+  std::atomic<uint64_t> xruns_{0};
 };
 
 }  // namespace vantor

@@ -3,9 +3,10 @@
 // server (dummy backend, 256-frame periods) into a capture client, against
 // the offline render of the same range: the engine over the direct segment
 // source in blocks of 4096. They must agree sample for sample, with no
-// underrun. The offline renders are made before the client: their source
-// and the disk thread would both copy the plan's segments, whose clips
-// count their references without atomics.
+// underrun. The dummy server keeps real time on a machine that may be busy
+// (sanitizer builds, tests in parallel): a run in which the server reported
+// an xrun may have lost or repeated a period of what the capture heard, so
+// it is played again, up to kAttempts times.
 
 #include <gtest/gtest.h>
 
@@ -24,6 +25,9 @@ namespace vantor {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr int kAttempts = 3;
+constexpr const char* kTooBusy = "the server reported xruns in every run: this machine is too busy for real time";
 
 // Our client, the engine over the streamed source, and a capture client
 // listening to our outputs; torn down client first.
@@ -129,17 +133,24 @@ TEST_F(RJackPlaybackTest, PlaysARangeAsTheOfflineRenderDoes) {
   if (!server.running()) GTEST_SKIP() << server.skipReason();
   const auto p = mixedPlan();
   const test::Stereo expected = offline(p, 12000, 43200 - 12000);
-  Rig rig(server, p, false);
-  ASSERT_TRUE(rig.ready);
-  rig.transport->setEnd(43200);
-  rig.transport->locate(12000);
-  rig.transport->play();
-  const test::Stereo heard = rig.playToTheEnd();
-  const size_t start = firstSound(heard.left);
-  expectSpan(heard, start, expected, "the range");
-  expectSilenceFrom(heard, start + (43200 - 12000));
-  EXPECT_EQ(rig.target->underruns(), 0u);
-  EXPECT_EQ(rig.source->diskError(), "");
+  for (int attempt = 1;; ++attempt) {
+    Rig rig(server, p, false);
+    ASSERT_TRUE(rig.ready);
+    rig.transport->setEnd(43200);
+    rig.transport->locate(12000);
+    rig.transport->play();
+    const test::Stereo heard = rig.playToTheEnd();
+    if (rig.client->xruns() > 0) {
+      if (attempt < kAttempts) continue;
+      GTEST_SKIP() << kTooBusy;
+    }
+    const size_t start = firstSound(heard.left);
+    expectSpan(heard, start, expected, "the range");
+    expectSilenceFrom(heard, start + (43200 - 12000));
+    EXPECT_EQ(rig.target->underruns(), 0u);
+    EXPECT_EQ(rig.source->diskError(), "");
+    break;
+  }
 }
 
 // A locate while playing: the range up to the locate, a wait in silence
@@ -150,29 +161,36 @@ TEST_F(RJackPlaybackTest, LocatesWhilePlaying) {
   const auto p = mixedPlan();
   const test::Stereo before = offline(p, 4800, 60000 - 4800);
   const test::Stereo after = offline(p, 60000, 72000 - 60000);
-  Rig rig(server, p, false);
-  ASSERT_TRUE(rig.ready);
-  rig.transport->setEnd(72000);
-  rig.transport->locate(4800);
-  rig.transport->play();
-  const auto deadline = std::chrono::steady_clock::now() + 10s;
-  while (rig.transport->position() < 4800 + 9600 && std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(1ms);
-  }
-  rig.transport->locate(60000);
-  const test::Stereo heard = rig.playToTheEnd();
+  for (int attempt = 1;; ++attempt) {
+    Rig rig(server, p, false);
+    ASSERT_TRUE(rig.ready);
+    rig.transport->setEnd(72000);
+    rig.transport->locate(4800);
+    rig.transport->play();
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (rig.transport->position() < 4800 + 9600 && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(1ms);
+    }
+    rig.transport->locate(60000);
+    const test::Stereo heard = rig.playToTheEnd();
+    if (rig.client->xruns() > 0) {
+      if (attempt < kAttempts) continue;
+      GTEST_SKIP() << kTooBusy;
+    }
 
-  const size_t start = firstSound(heard.left);
-  size_t played = 0;  // how far the first stretch matches
-  while (start + played < heard.left.size() && played < before.left.size() &&
-         heard.left[start + played] == before.left[played] && heard.right[start + played] == before.right[played]) {
-    ++played;
+    const size_t start = firstSound(heard.left);
+    size_t played = 0;  // how far the first stretch matches
+    while (start + played < heard.left.size() && played < before.left.size() &&
+           heard.left[start + played] == before.left[played] && heard.right[start + played] == before.right[played]) {
+      ++played;
+    }
+    EXPECT_GE(played, 9600u);
+    const size_t resumed = firstSound(heard.left, start + played);
+    expectSpan(heard, resumed, after, "after the locate");
+    expectSilenceFrom(heard, resumed + (72000 - 60000));
+    EXPECT_EQ(rig.target->underruns(), 0u);
+    break;
   }
-  EXPECT_GE(played, 9600u);
-  const size_t resumed = firstSound(heard.left, start + played);
-  expectSpan(heard, resumed, after, "after the locate");
-  expectSilenceFrom(heard, resumed + (72000 - 60000));
-  EXPECT_EQ(rig.target->underruns(), 0u);
 }
 
 // The cycle: from 0.4 s to the right locator, then the locators' range
@@ -184,19 +202,26 @@ TEST_F(RJackPlaybackTest, TheCycleRepeatsTheLocatorsRangeExactly) {
   const auto p = mixedPlan();
   const test::Stereo first = offline(p, 19200, p->rightLocator - 19200);
   const test::Stereo loop = offline(p, p->leftLocator, p->rightLocator - p->leftLocator);
-  Rig rig(server, p, true);
-  ASSERT_TRUE(rig.ready);
-  rig.transport->setLoopLimit(2);
-  rig.transport->locate(19200);
-  rig.transport->play();
-  const test::Stereo heard = rig.playToTheEnd();
-  const size_t start = firstSound(heard.left);
-  expectSpan(heard, start, first, "the first pass");
-  expectSpan(heard, start + first.left.size(), loop, "the second pass");
-  expectSpan(heard, start + first.left.size() + loop.left.size(), loop, "the third pass");
-  expectSilenceFrom(heard, start + first.left.size() + 2 * loop.left.size());
-  EXPECT_EQ(rig.transport->loops(), 2);
-  EXPECT_EQ(rig.target->underruns(), 0u);
+  for (int attempt = 1;; ++attempt) {
+    Rig rig(server, p, true);
+    ASSERT_TRUE(rig.ready);
+    rig.transport->setLoopLimit(2);
+    rig.transport->locate(19200);
+    rig.transport->play();
+    const test::Stereo heard = rig.playToTheEnd();
+    if (rig.client->xruns() > 0) {
+      if (attempt < kAttempts) continue;
+      GTEST_SKIP() << kTooBusy;
+    }
+    const size_t start = firstSound(heard.left);
+    expectSpan(heard, start, first, "the first pass");
+    expectSpan(heard, start + first.left.size(), loop, "the second pass");
+    expectSpan(heard, start + first.left.size() + loop.left.size(), loop, "the third pass");
+    expectSilenceFrom(heard, start + first.left.size() + 2 * loop.left.size());
+    EXPECT_EQ(rig.transport->loops(), 2);
+    EXPECT_EQ(rig.target->underruns(), 0u);
+    break;
+  }
 }
 
 }  // namespace
