@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <istream>
+#include <memory>
 #include <ostream>
 
 #include "document/PDocument.h"
@@ -61,5 +62,16 @@ void printJson(std::ostream& out, const nlohmann::json& value) {
 }
 
 bool stderrIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+
+std::function<bool(double)> percentProgress(std::ostream& err, std::string label) {
+  if (!stderrIsTerminal()) return {};
+  auto shown = std::make_shared<int>(-1);
+  return [&err, label = std::move(label), shown](double done) {
+    const int percent = static_cast<int>(done * 100);
+    if (percent != *shown) err << "\r" << label << " " << percent << "%" << (percent == 100 ? "\n" : "") << std::flush;
+    *shown = percent;
+    return true;
+  };
+}
 
 }  // namespace vantor::cli

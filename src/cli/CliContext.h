@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -68,5 +69,10 @@ void printJson(std::ostream& out, const nlohmann::json& value);
 
 // True when standard error is a terminal (progress is shown only then).
 bool stderrIsTerminal();
+
+// A progress callback for work measured as a fraction from 0 to 1: shows
+// "\rLABEL 42%" on err when standard error is a terminal (empty otherwise),
+// and never cancels.
+std::function<bool(double)> percentProgress(std::ostream& err, std::string label);
 
 }  // namespace vantor::cli

@@ -91,18 +91,6 @@ bool refuseExisting(CliContext& context, const DemoFiles& files, bool force) {
   return false;
 }
 
-// "\rRendering 42%" on stderr when it is a terminal.
-std::function<bool(double)> progressFor(std::ostream& err) {
-  if (!stderrIsTerminal()) return {};
-  auto shown = std::make_shared<int>(-1);
-  return [&err, shown](double done) {
-    const int percent = static_cast<int>(done * 100);
-    if (percent != *shown) err << "\rRendering " << percent << "%" << (percent == 100 ? "\n" : "") << std::flush;
-    *shown = percent;
-    return true;
-  };
-}
-
 // The song from its start to the end of the last bar and the tail, built
 // in-process: the built-in synthesizer, no click.
 bool renderDemo(CliContext& context, PDocument& document, const fs::path& path, RRenderResult* result) {
@@ -113,7 +101,7 @@ bool renderDemo(CliContext& context, PDocument& document, const fs::path& path, 
   const int rate = document.devices()->sampleRate();
   RRenderSettings settings;
   settings.to = static_cast<int64_t>(std::llround((project.getTempoNode()->secondsAt(*end) + kDemoTailSeconds) * rate));
-  if (!renderProject(document, path, settings, result, &error, progressFor(context.err))) {
+  if (!renderProject(document, path, settings, result, &error, percentProgress(context.err, "Rendering"))) {
     context.messages.report(FUserMessages::Severity::kError, error);
     return false;
   }

@@ -73,18 +73,6 @@ bool setRange(CliContext& context, const PDocument& document, const Options& opt
   return true;
 }
 
-// "\rRendering 42%" on stderr when it is a terminal.
-std::function<bool(double)> progressFor(std::ostream& err) {
-  if (!stderrIsTerminal()) return {};
-  auto shown = std::make_shared<int>(-1);
-  return [&err, shown](double done) {
-    const int percent = static_cast<int>(done * 100);
-    if (percent != *shown) err << "\rRendering " << percent << "%" << (percent == 100 ? "\n" : "") << std::flush;
-    *shown = percent;
-    return true;
-  };
-}
-
 // A level as text ("-inf" for silence) and as JSON (null for silence).
 std::string levelText(double value) {
   if (!std::isfinite(value)) return "-inf";
@@ -127,7 +115,7 @@ int runRender(CliContext& context, const Options& options) {
   settings.normalizeLufs = options.normalize;
   RRenderResult result;
   std::string error;
-  if (!renderProject(document, options.output, settings, &result, &error, progressFor(context.err))) {
+  if (!renderProject(document, options.output, settings, &result, &error, percentProgress(context.err, "Rendering"))) {
     context.messages.report(FUserMessages::Severity::kError, error);
     return kExitDataError;
   }
