@@ -8,6 +8,7 @@
 #include <jack/jack.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,7 +28,10 @@ namespace vantor::test {
 class JackTestServer {
  public:
   // Starts `jackd --no-realtime -n <unique> -d dummy -r rate -p period` and
-  // waits (up to 10 s) until it accepts clients. Check running() after; when
+  // waits (up to 10 s) until it accepts clients. Servers of all test
+  // processes run one at a time (a lock file in the temporary folder): two
+  // dummy servers keeping real time on two cores make each other miss
+  // periods. Check running() after; when
   // it is false, skipReason() says why (jackd not installed, or it failed).
   JackTestServer(int rate = 48000, int period = 256);
   ~JackTestServer();
@@ -41,6 +46,7 @@ class JackTestServer {
   std::string name_;
   std::string skipReason_;
   int pid_ = -1;
+  int lock_ = -1;
 };
 
 // Records up to `capacity` frames of its two inputs from activation on.
@@ -117,6 +123,9 @@ inline JackTestServer::JackTestServer(int rate, int period) {
     skipReason_ = "jackd is not installed (Debian package jackd2)";
     return;
   }
+  const std::string lockPath = (std::filesystem::temp_directory_path() / "vantor-jack-tests.lock").string();
+  lock_ = ::open(lockPath.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0666);
+  if (lock_ >= 0) (void)::flock(lock_, LOCK_EX);
   static std::atomic<int> serial{0};  // one per server in this process
   name_ = "vantor_test_" + std::to_string(::getpid()) + "_" + std::to_string(serial++);
   const std::string rateText = std::to_string(rate);
@@ -157,18 +166,20 @@ inline JackTestServer::JackTestServer(int rate, int period) {
 }
 
 inline JackTestServer::~JackTestServer() {
-  if (pid_ <= 0) return;
-  ::kill(pid_, SIGTERM);
-  int status = 0;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (::waitpid(pid_, &status, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      ::kill(pid_, SIGKILL);
-      ::waitpid(pid_, &status, 0);
-      break;
+  if (pid_ > 0) {
+    ::kill(pid_, SIGTERM);
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (::waitpid(pid_, &status, WNOHANG) == 0) {
+      if (std::chrono::steady_clock::now() > deadline) {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, &status, 0);
+        break;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
+  if (lock_ >= 0) ::close(lock_);  // the next test's server may start
 }
 
 inline JackCapture::JackCapture(const std::string& serverName, size_t capacity) {

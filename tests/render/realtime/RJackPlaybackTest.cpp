@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <thread>
 
 #include "render/PlaybackTestSupport.h"
@@ -128,29 +130,40 @@ void expectSilenceFrom(const test::Stereo& heard, size_t at) {
   EXPECT_EQ(firstSound(heard.right, at), heard.right.size()) << "sound after the end";
 }
 
+// Plays through a fresh rig until a run in which the server reported no
+// xrun, at most kAttempts times; `play` starts the run (and may act while it
+// plays), and `heard` gets what the capture heard up to the stop. Null when
+// every run had xruns; a rig that did not start is returned as it is.
+std::unique_ptr<Rig> playWithoutXruns(const test::JackTestServer& server, const std::shared_ptr<RPlaybackPlan>& p,
+                                      bool cycle, const std::function<void(Rig&)>& play, test::Stereo* heard) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    auto rig = std::make_unique<Rig>(server, p, cycle);
+    if (!rig->ready) return rig;
+    play(*rig);
+    *heard = rig->playToTheEnd();
+    if (rig->client->xruns() == 0) return rig;
+  }
+  return nullptr;
+}
+
 TEST_F(RJackPlaybackTest, PlaysARangeAsTheOfflineRenderDoes) {
   test::JackTestServer server;
   if (!server.running()) GTEST_SKIP() << server.skipReason();
   const auto p = mixedPlan();
   const test::Stereo expected = offline(p, 12000, 43200 - 12000);
-  for (int attempt = 1;; ++attempt) {
-    Rig rig(server, p, false);
-    ASSERT_TRUE(rig.ready);
-    rig.transport->setEnd(43200);
-    rig.transport->locate(12000);
-    rig.transport->play();
-    const test::Stereo heard = rig.playToTheEnd();
-    if (rig.client->xruns() > 0) {
-      if (attempt < kAttempts) continue;
-      GTEST_SKIP() << kTooBusy;
-    }
-    const size_t start = firstSound(heard.left);
-    expectSpan(heard, start, expected, "the range");
-    expectSilenceFrom(heard, start + (43200 - 12000));
-    EXPECT_EQ(rig.target->underruns(), 0u);
-    EXPECT_EQ(rig.source->diskError(), "");
-    break;
-  }
+  test::Stereo heard;
+  const auto rig = playWithoutXruns(server, p, false, [](Rig& r) {
+    r.transport->setEnd(43200);
+    r.transport->locate(12000);
+    r.transport->play();
+  }, &heard);
+  if (!rig) GTEST_SKIP() << kTooBusy;
+  ASSERT_TRUE(rig->ready);
+  const size_t start = firstSound(heard.left);
+  expectSpan(heard, start, expected, "the range");
+  expectSilenceFrom(heard, start + (43200 - 12000));
+  EXPECT_EQ(rig->target->underruns(), 0u);
+  EXPECT_EQ(rig->source->diskError(), "");
 }
 
 // A locate while playing: the range up to the locate, a wait in silence
@@ -161,36 +174,31 @@ TEST_F(RJackPlaybackTest, LocatesWhilePlaying) {
   const auto p = mixedPlan();
   const test::Stereo before = offline(p, 4800, 60000 - 4800);
   const test::Stereo after = offline(p, 60000, 72000 - 60000);
-  for (int attempt = 1;; ++attempt) {
-    Rig rig(server, p, false);
-    ASSERT_TRUE(rig.ready);
-    rig.transport->setEnd(72000);
-    rig.transport->locate(4800);
-    rig.transport->play();
+  test::Stereo heard;
+  const auto rig = playWithoutXruns(server, p, false, [](Rig& r) {
+    r.transport->setEnd(72000);
+    r.transport->locate(4800);
+    r.transport->play();
     const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (rig.transport->position() < 4800 + 9600 && std::chrono::steady_clock::now() < deadline) {
+    while (r.transport->position() < 4800 + 9600 && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::sleep_for(1ms);
     }
-    rig.transport->locate(60000);
-    const test::Stereo heard = rig.playToTheEnd();
-    if (rig.client->xruns() > 0) {
-      if (attempt < kAttempts) continue;
-      GTEST_SKIP() << kTooBusy;
-    }
+    r.transport->locate(60000);
+  }, &heard);
+  if (!rig) GTEST_SKIP() << kTooBusy;
+  ASSERT_TRUE(rig->ready);
 
-    const size_t start = firstSound(heard.left);
-    size_t played = 0;  // how far the first stretch matches
-    while (start + played < heard.left.size() && played < before.left.size() &&
-           heard.left[start + played] == before.left[played] && heard.right[start + played] == before.right[played]) {
-      ++played;
-    }
-    EXPECT_GE(played, 9600u);
-    const size_t resumed = firstSound(heard.left, start + played);
-    expectSpan(heard, resumed, after, "after the locate");
-    expectSilenceFrom(heard, resumed + (72000 - 60000));
-    EXPECT_EQ(rig.target->underruns(), 0u);
-    break;
+  const size_t start = firstSound(heard.left);
+  size_t played = 0;  // how far the first stretch matches
+  while (start + played < heard.left.size() && played < before.left.size() &&
+         heard.left[start + played] == before.left[played] && heard.right[start + played] == before.right[played]) {
+    ++played;
   }
+  EXPECT_GE(played, 9600u);
+  const size_t resumed = firstSound(heard.left, start + played);
+  expectSpan(heard, resumed, after, "after the locate");
+  expectSilenceFrom(heard, resumed + (72000 - 60000));
+  EXPECT_EQ(rig->target->underruns(), 0u);
 }
 
 // The cycle: from 0.4 s to the right locator, then the locators' range
@@ -202,26 +210,21 @@ TEST_F(RJackPlaybackTest, TheCycleRepeatsTheLocatorsRangeExactly) {
   const auto p = mixedPlan();
   const test::Stereo first = offline(p, 19200, p->rightLocator - 19200);
   const test::Stereo loop = offline(p, p->leftLocator, p->rightLocator - p->leftLocator);
-  for (int attempt = 1;; ++attempt) {
-    Rig rig(server, p, true);
-    ASSERT_TRUE(rig.ready);
-    rig.transport->setLoopLimit(2);
-    rig.transport->locate(19200);
-    rig.transport->play();
-    const test::Stereo heard = rig.playToTheEnd();
-    if (rig.client->xruns() > 0) {
-      if (attempt < kAttempts) continue;
-      GTEST_SKIP() << kTooBusy;
-    }
-    const size_t start = firstSound(heard.left);
-    expectSpan(heard, start, first, "the first pass");
-    expectSpan(heard, start + first.left.size(), loop, "the second pass");
-    expectSpan(heard, start + first.left.size() + loop.left.size(), loop, "the third pass");
-    expectSilenceFrom(heard, start + first.left.size() + 2 * loop.left.size());
-    EXPECT_EQ(rig.transport->loops(), 2);
-    EXPECT_EQ(rig.target->underruns(), 0u);
-    break;
-  }
+  test::Stereo heard;
+  const auto rig = playWithoutXruns(server, p, true, [](Rig& r) {
+    r.transport->setLoopLimit(2);
+    r.transport->locate(19200);
+    r.transport->play();
+  }, &heard);
+  if (!rig) GTEST_SKIP() << kTooBusy;
+  ASSERT_TRUE(rig->ready);
+  const size_t start = firstSound(heard.left);
+  expectSpan(heard, start, first, "the first pass");
+  expectSpan(heard, start + first.left.size(), loop, "the second pass");
+  expectSpan(heard, start + first.left.size() + loop.left.size(), loop, "the third pass");
+  expectSilenceFrom(heard, start + first.left.size() + 2 * loop.left.size());
+  EXPECT_EQ(rig->transport->loops(), 2);
+  EXPECT_EQ(rig->target->underruns(), 0u);
 }
 
 }  // namespace
